@@ -69,7 +69,10 @@ std::string value_after_first_space(const std::string& line) {
     return space == std::string::npos ? line : line.substr(space + 1);
 }
 
-std::string trimmed(std::string line) { return mmutil::trim(line); }
+std::string trimmed(std::string line) {
+    mmutil::trim(line);
+    return line;
+}
 
 // Tokens of a loop row; fewer than five ends the run.
 std::vector<std::string> row_tokens(std::string row) {
@@ -188,9 +191,9 @@ class CifLineScanner {
         store_.identifier = value;
     }
 
+    // The first tag also covers its "_alt" form.
     static bool names_space_group(const std::string& line) {
-        return contains(line, "_symmetry_space_group_name_H-M_alt") ||
-               contains(line, "_symmetry_space_group_name_H-M") ||
+        return contains(line, "_symmetry_space_group_name_H-M") ||
                contains(line, "_space_group_name_H-M_alt");
     }
 
