@@ -86,6 +86,7 @@ char* c_trimr(char* s) {
 char* c_trim(char* s) { return c_trimr(c_triml(s)); }
 
 char* strhed(char** s) {
+    if (s == nullptr || *s == nullptr) return nullptr;
     char* p = *s;
     while (is_word_separator(*p)) ++p;
     char* word = p;

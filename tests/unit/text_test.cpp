@@ -89,6 +89,8 @@ TEST(Trim, StrhedCutsTheHeadWordAndTrimsTheRest) {
     EXPECT_STREQ(mmutil::strhed(&rest), "third");
     EXPECT_STREQ(rest, "");
     EXPECT_STREQ(mmutil::strhed(&rest), "");
+    char* none = nullptr;
+    EXPECT_EQ(mmutil::strhed(&none), nullptr);
 }
 
 TEST(Compare, CaseInsensitiveTraits) {
