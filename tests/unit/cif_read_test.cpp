@@ -349,6 +349,31 @@ TEST(CifRead, EntriesPastAShortListReadAsEmpty) {
     EXPECT_EQ(store.cif_x_s[5], 0.0);
 }
 
+// Outcomes checked by hand against the files: a "loop_" line after the operations is one more
+// operation, which maps every atom to the origin; one copy survives there unless an atom of
+// the file already sits at the origin.
+TEST(CifRead, DatabaseFilesUnderTheStrictRules) {
+    SKIP_WITHOUT_SHARED_CIFS();
+    const struct {
+        const char* file;
+        std::size_t operations;
+        int natoms;
+        std::vector<int> molecule_sizes;
+    } cases[] = {
+        {"er2044.cif", 4, 108, {54, 54}},                                     // two C28H24N2
+        {"cod_2100348_benzene.cif", 9, 0, {}},                                // atom loop hidden
+        {"cod_1000000_alpo_template.cif", 5, 141, {25, 23, 24, 23, 23, 23}},  // 140 + origin P
+        {"cod_2101915_ph4as_ph4b.cif", 9, 360, std::vector<int>(8, 45)},      // As1 at origin
+    };
+    for (const auto& c : cases) {
+        FileIO store;
+        store.read_data_cif(test_support::shared_cif(c.file).c_str(), false);
+        EXPECT_EQ(store.cif_symops.size(), c.operations) << c.file;
+        EXPECT_EQ(store.natoms_cif, c.natoms) << c.file;
+        EXPECT_EQ(store.mol_natoms_list, c.molecule_sizes) << c.file;
+    }
+}
+
 // 48 point operations of a cubic holohedry times 4 face-centring translations.
 std::string face_centred_cubic_operations() {
     const char* axes[6][3] = {{"x", "y", "z"}, {"x", "z", "y"}, {"y", "x", "z"},
