@@ -2,7 +2,6 @@
 // molecule starts with the lowest-numbered atom not yet placed and grows by the lowest-numbered
 // atom bonded to any member; the later output files follow this order.
 #include <iostream>
-#include <string>
 #include <vector>
 
 #include "fileio.h"
