@@ -85,6 +85,28 @@ void print_operation(const std::string& op, const double rot[3][3], const double
     std::cout << "\n-------------------\n";
 }
 
+// Image k * n + j is operation k applied to atom j, each coordinate wrapped once into the cell.
+void generate_images(FileIO& store, long long n, const double* source, const AtomArrays& images,
+                     double* target) {
+    const long long m = static_cast<long long>(store.cif_symops.size());
+    for (long long k = 0; k < m; ++k) {
+        const std::string& op = store.cif_symops[k];
+        double rot[3][3] = {}, trans[3] = {};
+        store.ParseTransformString(op, rot, trans);
+        if (store.print_details) print_operation(op, rot, trans);
+        for (long long j = 0; j < n; ++j) {
+            const long long image = k * n + j;
+            images.atypes[image] = store.cif_atypes[j];
+            images.radius[image] = store.cif_radius[j];
+            const double* p = source + 3 * j;
+            double* q = target + 3 * image;
+            for (int c = 0; c < 3; ++c)
+                q[c] = rot[c][0] * p[0] + rot[c][1] * p[1] + rot[c][2] * p[2] + trans[c];
+            store.PBC_scaled_x_wrap(q);
+        }
+    }
+}
+
 }  // namespace
 
 void FileIO::make_spacegroup_P1(int fractional) {
@@ -101,21 +123,7 @@ void FileIO::make_spacegroup_P1(int fractional) {
     const double* source = fractional ? cif_x_s : cif_x;
     double* target = fractional ? images.x_s : images.x;
 
-    for (long long k = 0; k < m; ++k) {
-        double rot[3][3] = {}, trans[3] = {};
-        ParseTransformString(cif_symops[k], rot, trans);
-        if (print_details) print_operation(cif_symops[k], rot, trans);
-        for (long long j = 0; j < n; ++j) {
-            const long long image = k * n + j;
-            images.atypes[image] = cif_atypes[j];
-            images.radius[image] = cif_radius[j];
-            const double* p = source + 3 * j;
-            double* q = target + 3 * image;
-            for (int c = 0; c < 3; ++c)
-                q[c] = rot[c][0] * p[0] + rot[c][1] * p[1] + rot[c][2] * p[2] + trans[c];
-            PBC_scaled_x_wrap(q);
-        }
-    }
+    generate_images(*this, n, source, images, target);
 
     long long overlaps = 0;
     const std::vector<char> removed = mark_overlapping_images(*this, target, total, &overlaps);
