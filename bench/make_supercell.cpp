@@ -36,8 +36,8 @@ int main(int argc, char** argv) {
         bench::write_p1_supercell(out, seed, cell, repeats);
         if (std::fclose(out) != 0) throw bench::SeedError("cannot write " + output);
         std::printf("%s: %lld atoms (%d x %d x %d cells of %zu atoms)\n", output.c_str(),
-                    bench::supercell_atom_count(cell, repeats), repeats.na, repeats.nb,
-                    repeats.nc, cell.size());
+                    bench::supercell_atom_count(cell, repeats), repeats.na, repeats.nb, repeats.nc,
+                    cell.size());
     } catch (const bench::SeedError& error) {
         std::fprintf(stderr, "make_supercell: %s\n", error.what());
         return 1;

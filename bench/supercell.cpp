@@ -10,10 +10,10 @@
 namespace bench {
 namespace {
 
-constexpr double kDuplicateTolerance = 1e-4;  // fractional
+constexpr double kDuplicateTolerance = 1e-4;   // fractional
 constexpr long long kFractionScale = 1000000;  // six decimals in the written coordinates
 
-const char* const kCellTags[6] = {"_cell_length_a",   "_cell_length_b",  "_cell_length_c",
+const char* const kCellTags[6] = {"_cell_length_a",    "_cell_length_b",   "_cell_length_c",
                                   "_cell_angle_alpha", "_cell_angle_beta", "_cell_angle_gamma"};
 
 struct Line {
@@ -66,9 +66,10 @@ std::vector<std::string> split_values(const std::string& text) {
         const char quote = text[i];
         if (quote == '\'' || quote == '"') {
             std::size_t end = i + 1;
-            while (end < text.size() &&
-                   !(text[end] == quote &&
-                     (end + 1 == text.size() || std::isspace(static_cast<unsigned char>(text[end + 1])))))
+            while (
+                end < text.size() &&
+                !(text[end] == quote && (end + 1 == text.size() ||
+                                         std::isspace(static_cast<unsigned char>(text[end + 1])))))
                 ++end;
             values.push_back(text.substr(i + 1, end - i - 1));
             i = end + 1;
@@ -194,8 +195,7 @@ void check_complete(const SeedText& seed, const SeedCrystal& crystal, const bool
 }
 
 // One signed term of a triplet part: a coordinate letter or a number (1/2, 0.25).
-std::size_t read_term(const std::string& part, std::size_t i, double sign, int row,
-                      Operation* op) {
+std::size_t read_term(const std::string& part, std::size_t i, double sign, int row, Operation* op) {
     const char letter = static_cast<char>(std::tolower(static_cast<unsigned char>(part[i])));
     if (letter >= 'x' && letter <= 'z') {
         op->rot[row][letter - 'x'] += sign;
@@ -260,8 +260,8 @@ std::string six_decimals(double value) {
 void write_header(FILE* out, const SeedCrystal& seed, Repeats r, long long natoms) {
     const int counts[3] = {r.na, r.nb, r.nc};
     std::fprintf(out, "data_%s_P1_%dx%dx%d\n", seed.name.c_str(), r.na, r.nb, r.nc);
-    std::fprintf(out, "_audit_creation_method            'P1 supercell %d x %d x %d of %s'\n",
-                 r.na, r.nb, r.nc, seed.name.c_str());
+    std::fprintf(out, "_audit_creation_method            'P1 supercell %d x %d x %d of %s'\n", r.na,
+                 r.nb, r.nc, seed.name.c_str());
     std::fprintf(out, "_symmetry_space_group_name_H-M    'P 1'\n");
     std::fprintf(out, "_symmetry_Int_Tables_number       1\n");
     for (int k = 0; k < 3; ++k)
@@ -332,7 +332,8 @@ std::vector<SiteAtom> unit_cell_atoms(const SeedCrystal& seed) {
                 image.frac[r] = wrapped(value);
             }
             bool duplicate = false;
-            for (const SiteAtom& kept : cell) duplicate = duplicate || same_site(kept.frac, image.frac);
+            for (const SiteAtom& kept : cell)
+                duplicate = duplicate || same_site(kept.frac, image.frac);
             if (!duplicate) cell.push_back(image);
         }
     }

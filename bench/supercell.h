@@ -26,10 +26,10 @@ struct SiteAtom {
 };
 
 struct SeedCrystal {
-    std::string name;                    // data block name
-    std::array<double, 6> cell{};        // a, b, c (angstrom), alpha, beta, gamma (degrees)
+    std::string name;                     // data block name
+    std::array<double, 6> cell{};         // a, b, c (angstrom), alpha, beta, gamma (degrees)
     std::vector<std::string> operations;  // coordinate triplets as written, quotes removed
-    std::vector<SiteAtom> atoms;         // asymmetric unit
+    std::vector<SiteAtom> atoms;          // asymmetric unit
 };
 
 struct Operation {

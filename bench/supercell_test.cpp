@@ -118,8 +118,8 @@ TEST(UnitCell, SeedExpandsToTwoWholeMoleculesInsideTheCell) {
 }
 
 TEST(UnitCell, ImagesOnAnEarlierSiteAreDropped) {
-    const SeedCrystal seed =
-        cubic_seed({"x,y,z", "-x,-y,-z"}, {{"C", {0, 0, 0}, "?"}, {"O", {0.5, 0.25, 0.99995}, "?"}});
+    const SeedCrystal seed = cubic_seed({"x,y,z", "-x,-y,-z"},
+                                        {{"C", {0, 0, 0}, "?"}, {"O", {0.5, 0.25, 0.99995}, "?"}});
     const std::vector<SiteAtom> cell = bench::unit_cell_atoms(seed);
     // -x,-y,-z maps the origin onto itself; the O image (0.5, 0.75, 0.00005) is a new site.
     ASSERT_EQ(cell.size(), 3u);
@@ -128,8 +128,8 @@ TEST(UnitCell, ImagesOnAnEarlierSiteAreDropped) {
 }
 
 TEST(P1Supercell, WholeFileOfTwoCells) {
-    const SeedCrystal seed = cubic_seed({"x,y,z"}, {{"C", {0.25, 0.5, 0.9999999}, "0.05"},
-                                                    {"Cl", {0.75, 0.0, 0.125}, "?"}});
+    const SeedCrystal seed = cubic_seed(
+        {"x,y,z"}, {{"C", {0.25, 0.5, 0.9999999}, "0.05"}, {"Cl", {0.75, 0.0, 0.125}, "?"}});
     const std::string expected =
         "data_cube_P1_2x1x1\n"
         "_audit_creation_method            'P1 supercell 2 x 1 x 1 of cube'\n"
@@ -184,8 +184,9 @@ TEST(SeedCrystal, UnusableSeedsNameFileAndLine) {
         "_atom_site_fract_y\n_atom_site_fract_z\nC1 C 0 0 0\n";
     EXPECT_EQ(seed_error(cell + "loop_\n_symmetry_equiv_pos_as_xyz\n'x,y'\n" + atoms),
               "seed.cif:8: symmetry operation 'x,y' does not have three parts");
-    EXPECT_EQ(seed_error(cell + "loop_\n_symmetry_equiv_pos_as_xyz\n'x,y,z'\n" + atoms + "C2 C 0\n"),
-              "seed.cif:11: loop values do not fill whole rows of 5 columns");
+    EXPECT_EQ(
+        seed_error(cell + "loop_\n_symmetry_equiv_pos_as_xyz\n'x,y,z'\n" + atoms + "C2 C 0\n"),
+        "seed.cif:11: loop values do not fill whole rows of 5 columns");
     EXPECT_EQ(seed_error(cell + "loop_\n_symmetry_equiv_pos_as_xyz\nx,y,z\n" +
                          "loop_\n_atom_site_label\n_atom_site_type_symbol\n_atom_site_fract_x\n"
                          "_atom_site_fract_y\n_atom_site_fract_z\nC1 C ? 0 0\n"),
