@@ -132,14 +132,6 @@ TEST(MdlV2000, CountsLineEdgeCases) {
     }
 }
 
-TEST(MdlV2000, ProgressLineAfterOpening) {
-    FileIO store;
-    give_molecule_slots(store, 1);
-    const std::string path = test_data("readers/water.mol");
-    EXPECT_EQ(read_capturing_stdout(store, path, 0, true),
-              "Reading molecular file \"" + path + "\"... \n");
-}
-
 TEST(MdlV2000, WrittenMolfileReadsBackTheSameAtoms) {
     ScratchDir dir;
     FileIO writer;
@@ -165,71 +157,44 @@ TEST(MdlFailureDeathTest, UnreadableFileEndsWithStatus255) {
                 "Failed to open input file \"/nonexistent/dir/x.mol\"\n");
 }
 
-TEST(MdlFailureDeathTest, ShortCountsLineEndsWithStatus1) {
+// Format errors: the header and the message on standard output, status 1.
+TEST(MdlFailureDeathTest, FormatErrorsEndWithStatus1) {
+    const std::string prefix = "\nERROR  transport : fileio : line [0-9]+ : \n";
+    const std::string two_atoms = atom_line(0, 0, 0, "C") + "\n" + atom_line(1, 0, 0, "C") + "\n";
+    struct Case {
+        std::string text;
+        std::string message;
+    } cases[] = {
+        {std::string(kHeader) + "  1 0\n",  // 5 characters
+         "WARNING: Problems reading a MDL file\n"
+         "         Cannot read atom and bond count\n"
+         "         Expected standard 6 character atom and bond count\n"},
+        {"name\nprogram\n",
+         "WARNING: Problems reading a MDL file\n"
+         "         Cannot read atom and bond count\n"},
+        {v2000("  1  0  1  0  0  0  0  0  0  0999 V2000", {atom_line(0, 0, 0, "C")}),
+         "WARNING: Problems reading the Count line of an MDL file\n"
+         "         There may be erroneous addition spaces or\n"
+         "         the file may contains Atom Lists, which are ignored\n"},
+        // The count printed is the store's crystal atom count (7), not the file's (3).
+        {std::string(kHeader) + "  3  0  0  0  0  0  0  0  0  0999 V2000\n" + two_atoms,
+         "WARNING: Problems reading a MDL file\n"
+         "         Not enough atoms to match atom count \\(7\\) in counts line\n"},
+    };
     ScratchDir dir;
-    write_file(dir.file("short.mol"), std::string(kHeader) + "  1 0\n");
-    FileIO store;
-    give_molecule_slots(store, 1);
-    EXPECT_EXIT(
-        {
-            stdout_to_stderr();
-            store.read_data_mol(dir.file("short.mol").c_str(), 0, false);
-        },
-        testing::ExitedWithCode(1),
-        "\nERROR  transport : fileio : line [0-9]+ : \n"
-        "WARNING: Problems reading a MDL file\n"
-        "         Cannot read atom and bond count\n"
-        "         Expected standard 6 character atom and bond count\n$");
-}
-
-TEST(MdlFailureDeathTest, MissingCountsLineEndsWithStatus1) {
-    ScratchDir dir;
-    write_file(dir.file("header_only.mol"), "name\nprogram\n");
-    FileIO store;
-    give_molecule_slots(store, 1);
-    EXPECT_EXIT(
-        {
-            stdout_to_stderr();
-            store.read_data_mol(dir.file("header_only.mol").c_str(), 0, false);
-        },
-        testing::ExitedWithCode(1), "Cannot read atom and bond count");
-}
-
-TEST(MdlFailureDeathTest, AtomListsEndWithStatus1) {
-    ScratchDir dir;
-    write_file(dir.file("lists.mol"),
-               v2000("  1  0  1  0  0  0  0  0  0  0999 V2000", {atom_line(0, 0, 0, "C")}));
-    FileIO store;
-    give_molecule_slots(store, 1);
-    EXPECT_EXIT(
-        {
-            stdout_to_stderr();
-            store.read_data_mol(dir.file("lists.mol").c_str(), 0, false);
-        },
-        testing::ExitedWithCode(1),
-        "\nERROR  transport : fileio : line [0-9]+ : \n"
-        "WARNING: Problems reading the Count line of an MDL file\n"
-        "         There may be erroneous addition spaces or\n"
-        "         the file may contains Atom Lists, which are ignored\n$");
-}
-
-TEST(MdlFailureDeathTest, TooFewAtomLinesNameTheCrystalAtomCount) {
-    ScratchDir dir;
-    std::string text = std::string(kHeader) + "  3  0  0  0  0  0  0  0  0  0999 V2000\n" +
-                       atom_line(0, 0, 0, "C") + "\n" + atom_line(1, 0, 0, "C") + "\n";
-    write_file(dir.file("few.mol"), text);
-    FileIO store;
-    give_molecule_slots(store, 1);
-    store.natoms_cif = 7;
-    EXPECT_EXIT(
-        {
-            stdout_to_stderr();
-            store.read_data_mol(dir.file("few.mol").c_str(), 0, false);
-        },
-        testing::ExitedWithCode(1),
-        "\nERROR  transport : fileio : line [0-9]+ : \n"
-        "WARNING: Problems reading a MDL file\n"
-        "         Not enough atoms to match atom count \\(7\\) in counts line\n$");
+    for (const auto& c : cases) {
+        write_file(dir.file("bad.mol"), c.text);
+        FileIO store;
+        give_molecule_slots(store, 1);
+        store.natoms_cif = 7;
+        EXPECT_EXIT(
+            {
+                stdout_to_stderr();
+                store.read_data_mol(dir.file("bad.mol").c_str(), 0, false);
+            },
+            testing::ExitedWithCode(1), prefix + c.message)
+            << c.text;
+    }
 }
 
 // The program has no handler for it; the noexcept wrapper stops GoogleTest's own handler.
@@ -395,16 +360,6 @@ TEST(MdlV3000Block, LevelEndsAndTheirChecks) {
         give_molecule_slots(store, 1);
         EXPECT_EQ(read_v3000_block(store, c.text), c.result) << c.text;
     }
-}
-
-TEST(MdlV3000Block, CountsLineAllocatesTheSlotZeroFilled) {
-    FileIO store;
-    give_molecule_slots(store, 2);
-    std::istringstream in("M  V30 BEGIN CTAB\nM  V30 COUNTS 3 0 0 0 0\nM  V30 END CTAB\nM  END\n");
-    EXPECT_TRUE(store.ReadV3000Block(in, 1, false));
-    ASSERT_EQ(store.mol_natoms[1], 3);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(store.mol_atypes[1][i], 0);
-    for (int i = 0; i < 9; ++i) EXPECT_EQ(store.mol_x[1][i], 0.0);
 }
 
 TEST(MdlV3000Block, AtomPropertyWithoutEqualsSignEndsTheReadAfterStoringItsAtom) {
