@@ -1,0 +1,52 @@
+// The crystal-to-PDB conversion: reads a CIF file, makes every molecule of the cell whole and
+// writes the cell as one PDB model with one residue per molecule.
+#include <cstdio>
+
+#include "fatal.h"
+#include "fileio.h"
+#include "pdb_record.h"
+
+namespace {
+
+constexpr int kSourceCif = 2;
+// Serial numbers restart after five digits; atom-name counters after two hexadecimal digits.
+constexpr int kMaxSerial = 99999;
+constexpr int kMaxNameCounter = 0xFF;
+
+void write_header(FILE* out, const FileIO& s) {
+    std::fprintf(out, "TITLE     %s\n", s.identifier.c_str());
+    std::fprintf(out, "REMARK    TESKA generated pdf file\n");
+    std::fprintf(out, "CRYST1%9.3f%9.3f%9.3f%7.2f%7.2f%7.2f P 1           1\n", s.cell_latt[0],
+                 s.cell_latt[1], s.cell_latt[2], s.cell_latt[3], s.cell_latt[4], s.cell_latt[5]);
+    std::fprintf(out, "MODEL        1\n");
+}
+
+void write_atoms(FILE* out, const FileIO& s) {
+    int serial = 0;
+    for (int m = 0; m < s.nmols; ++m) {
+        int name_counter = 0;
+        for (int k = 0; k < s.mol_natoms[m]; ++k) {
+            serial = serial % kMaxSerial + 1;
+            name_counter = name_counter % kMaxNameCounter + 1;
+            fileio_detail::write_pdb_atom_record(out, serial, s.mol_atypes[m][k], name_counter,
+                                                 m + 1, &s.mol_x[m][3 * k]);
+        }
+    }
+}
+
+}  // namespace
+
+int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
+                          bool write_side_files) {
+    read_data_cif(input, verbose);
+    input_kind = kSourceCif;
+    read_crystal_strcuture_files(verbose, write_side_files);
+
+    if (bverbose_local) std::printf("Writing file \"%s\"... \n", output);
+    FILE* out = std::fopen(output, "w");
+    if (!out) FILEIO_FATAL(kStatusFailure, stderr, "Failed to open output file \"%s\"\n", output);
+    write_header(out, *this);
+    write_atoms(out, *this);
+    std::fprintf(out, "TER\nENDMDL\n");
+    return std::fclose(out);
+}
