@@ -4,6 +4,7 @@
 
 #include "fatal.h"
 #include "fileio.h"
+#include "pdb_model.h"
 #include "pdb_record.h"
 
 namespace {
@@ -21,20 +22,24 @@ void write_header(FILE* out, const FileIO& s) {
     std::fprintf(out, "MODEL        1\n");
 }
 
-void write_atoms(FILE* out, const FileIO& s) {
+}  // namespace
+
+namespace fileio_detail {
+
+void write_pdb_molecule_atoms(FILE* out, int nmols, const int* natoms, int* const* atypes,
+                              double* const* x) {
     int serial = 0;
-    for (int m = 0; m < s.nmols; ++m) {
+    for (int m = 0; m < nmols; ++m) {
         int name_counter = 0;
-        for (int k = 0; k < s.mol_natoms[m]; ++k) {
+        for (int k = 0; k < natoms[m]; ++k) {
             serial = serial % kMaxSerial + 1;
             name_counter = name_counter % kMaxNameCounter + 1;
-            fileio_detail::write_pdb_atom_record(out, serial, s.mol_atypes[m][k], name_counter,
-                                                 m + 1, &s.mol_x[m][3 * k]);
+            write_pdb_atom_record(out, serial, atypes[m][k], name_counter, m + 1, &x[m][3 * k]);
         }
     }
 }
 
-}  // namespace
+}  // namespace fileio_detail
 
 int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
                           bool write_side_files) {
@@ -46,7 +51,7 @@ int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
     FILE* out = std::fopen(output, "w");
     if (!out) FILEIO_FATAL(kStatusFailure, stderr, "Failed to open output file \"%s\"\n", output);
     write_header(out, *this);
-    write_atoms(out, *this);
+    fileio_detail::write_pdb_molecule_atoms(out, nmols, mol_natoms, mol_atypes, mol_x);
     std::fprintf(out, "TER\nENDMDL\n");
     return std::fclose(out);
 }
