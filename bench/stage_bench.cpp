@@ -13,6 +13,7 @@
 // stopped by a time limit keeps what it finished.
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -325,10 +326,13 @@ void write_stage(benchmark::State& state, Crystal* crystal) {
     set_counters(state, s.natoms_cif, s.nmols);
 }
 
-// Console output as usual, and every finished stage appended to the results file at once.
+// Console output (coloured on a terminal only), and every finished stage appended to the results
+// file at once.
 class ResultsReporter : public benchmark::ConsoleReporter {
    public:
-    explicit ResultsReporter(std::string path) : path_(std::move(path)) {}
+    explicit ResultsReporter(std::string path)
+        : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_ColorTabular : OO_Tabular),
+          path_(std::move(path)) {}
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
