@@ -115,6 +115,7 @@ too_slow() {  # predicted CPU seconds of a run over the limit
 run_whole() {
     local size=$1 atoms=$2 file=$3
     echo "== $size ($atoms atoms): cif2pdb" >&2
+    rm -f "$out_dir/anthracene_$size.pdb"
     read -r wall cpu peak status < <(timed "$out_dir/cif2pdb_$size.log" \
         "$CIF2PDB" "$file" "$out_dir/anthracene_$size.pdb")
     record "$size" "$atoms" whole "$wall" "$cpu" "$peak" "$status"
@@ -124,7 +125,7 @@ run_whole() {
 run_stages() {
     local size=$1 atoms=$2 file=$3 stage_tsv="$out_dir/stages_$1.tsv"
     echo "== $size ($atoms atoms): stages" >&2
-    rm -f "$stage_tsv"
+    rm -f "$stage_tsv" "$out_dir/anthracene_$size.stages.pdb"
     read -r wall cpu peak status < <(timed "$out_dir/stages_$size.log" "$STAGE_BENCH" \
         --benchmark_color=false --results="$stage_tsv" --work_dir="$out_dir" "$file")
     for stage in $STAGES; do
@@ -137,11 +138,11 @@ run_stages() {
         fi
     done
     awk -F'\t' '$1 == "separate" { print $7 }' "$stage_tsv" 2> /dev/null > "$out_dir/molecules_$size"
-    if cmp -s "$out_dir/anthracene_$size.pdb" "$out_dir/anthracene_$size.stages.pdb"; then
-        echo "stage output identical to cif2pdb output" > "$out_dir/compare_$size"
-    else
-        echo "stage output differs from cif2pdb output" > "$out_dir/compare_$size"
-    fi
+    local verdict="stage output differs from cif2pdb output"
+    [ -f "$out_dir/anthracene_$size.stages.pdb" ] || verdict="stage output not written"
+    cmp -s "$out_dir/anthracene_$size.pdb" "$out_dir/anthracene_$size.stages.pdb" &&
+        verdict="stage output identical to cif2pdb output"
+    echo "$verdict" > "$out_dir/compare_$size"
 }
 
 : > "$out_dir/inputs.sha256"
@@ -177,7 +178,9 @@ print_table() {
     echo
     for size in "${sizes[@]}"; do
         atoms=$(atoms_of "$size")
-        printf '| %s | %s | %s |' "$size" "$atoms" "$(cat "$out_dir/molecules_$size" 2> /dev/null || echo -)"
+        local molecules
+        molecules=$(cat "$out_dir/molecules_$size" 2> /dev/null || true)
+        printf '| %s | %s | %s |' "$size" "$atoms" "${molecules:--}"
         awk -F'\t' -v s="$size" -v stages="$columns" '
             $1 == s { wall[$3] = $4; cpu[$3] = $5; peak[$3] = $6; status[$3] = $7 }
             function cell(what, value) { return status[what] == "ok" ? value : status[what] }
@@ -205,7 +208,8 @@ print_table() {
         printf '| %s | %s |' "$what" "${fit% *}"
         for size in "${sizes[@]}"; do
             awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 != "ok" { found = 1 } END { exit !found }' "$RESULTS" || continue
-            printf ' %s s |' "$(predict "$what" "$(atoms_of "$size")" 5 | cut -d' ' -f2)"
+            predict "$what" "$(atoms_of "$size")" 5 |
+                awk '{ printf " %s s", $2; if ($2 >= 3600) printf " (%.1f h)", $2 / 3600; printf " |" }'
         done
         echo
     done
