@@ -115,7 +115,8 @@ void write_bond_file(const FileIO& s, int imol) {
     FILE* out = open_side_file(path);
     const std::vector<std::pair<int, int>> bonds = covalent_bonds(s, imol);
     std::fprintf(out, "%d\n", static_cast<int>(bonds.size()));
-    for (const auto& bond : bonds) std::fprintf(out, "%3d %3d  0  0\n", bond.first + 1, bond.second + 1);
+    for (const auto& bond : bonds)
+        std::fprintf(out, "%3d %3d  0  0\n", bond.first + 1, bond.second + 1);
     std::fclose(out);
 }
 

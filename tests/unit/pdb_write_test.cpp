@@ -51,8 +51,9 @@ Cell one_molecule_of_carbons(int count) {
 
 TEST(PdbMoleculeAtoms, RecordsFollowTheColumnLayout) {
     ScratchDir dir;
-    Cell cell{{{kH, kCl}, {-1, kC}},
-              {{1.5, -2.25, 10.0, -12.3456, 0.0004, 999.9994}, {0.0, 0.0, 0.0, 123.4564, -45.0, 7.0}}};
+    Cell cell{
+        {{kH, kCl}, {-1, kC}},
+        {{1.5, -2.25, 10.0, -12.3456, 0.0004, 999.9994}, {0.0, 0.0, 0.0, 123.4564, -45.0, 7.0}}};
     const std::vector<std::string> expected = {
         "ATOM      1  H1  MOL     1       1.500  -2.250  10.000  1.00  0.00           H  ",
         "ATOM      2 Cl2  MOL     1     -12.346   0.000 999.999  1.00  0.00          Cl  ",
@@ -100,8 +101,7 @@ TEST(WriteCif2Pdb, EmptyCellWritesTheFrameOnly) {
                "_cell_length_a 12.3456(7)\n_cell_length_b 7.5\n_cell_length_c 5.0004\n"
                "_cell_angle_alpha 90\n_cell_angle_beta 101.254\n_cell_angle_gamma 90\n");
     FileIO store;
-    store.write_cif2pdb(dir.file("empty.cif").c_str(), dir.file("empty.pdb").c_str(), false,
-                        false);
+    store.write_cif2pdb(dir.file("empty.cif").c_str(), dir.file("empty.pdb").c_str(), false, false);
     EXPECT_EQ(read_file(dir.file("empty.pdb")),
               "TITLE     empty\n"
               "REMARK    TESKA generated pdf file\n"

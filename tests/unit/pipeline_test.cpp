@@ -58,9 +58,10 @@ class CifSourcePipeline : public testing::Test {
         set_cell(store, {8.0, 9.0, 10.0, 90.0, 100.0, 90.0});
         store.supercell_n[0] = 2;
         store.supercell_n[1] = 3;
-        set_crystal(store, {kC, kO, kC, kH, kC},
-                    {0.05, 0.5, 0.5, 0.5, 0.02, 0.5, 0.225, 0.5, 0.5, 0.5, 0.92, 0.5, 0.875, 0.5, 0.5},
-                    {3, 2}, {0, 4, 2, 1, 3});
+        set_crystal(
+            store, {kC, kO, kC, kH, kC},
+            {0.05, 0.5, 0.5, 0.5, 0.02, 0.5, 0.225, 0.5, 0.5, 0.5, 0.92, 0.5, 0.875, 0.5, 0.5},
+            {3, 2}, {0, 4, 2, 1, 3});
         for (int r = 0; r < 3; ++r)
             for (int c = 0; c < 3; ++c) lattice[r][c] = store.cell_latt3x3[r][c];
         store.read_crystal_strcuture_files(false, false);
@@ -90,8 +91,9 @@ TEST_F(CifSourcePipeline, CartesianCoordinatesFollowTheWholeFractionalOnes) {
         for (int k = 0; k < store.mol_natoms[m]; ++k) {
             const double* f = &store.mol_x_s[m][3 * k];
             for (int r = 0; r < 3; ++r)
-                EXPECT_DOUBLE_EQ(store.mol_x[m][3 * k + r],
-                                 lattice[r][0] * f[0] + lattice[r][1] * f[1] + lattice[r][2] * f[2]);
+                EXPECT_DOUBLE_EQ(
+                    store.mol_x[m][3 * k + r],
+                    lattice[r][0] * f[0] + lattice[r][1] * f[1] + lattice[r][2] * f[2]);
         }
 }
 
@@ -151,8 +153,8 @@ TEST(CifSourceSideFiles, OneCrystalWritesEachMoleculesBondsAndTheCellVectors) {
     testing::internal::GetCapturedStdout();
     ASSERT_EQ(store.nmols, 4);
     const std::string golden = test_support::golden("acetonitrile_hydrate_side/");
-    for (const char* name : {"mol1_bonds.dat", "mol2_bonds.dat", "mol3_bonds.dat",
-                             "mol4_bonds.dat", "cellvec.dat"})
+    for (const char* name :
+         {"mol1_bonds.dat", "mol2_bonds.dat", "mol3_bonds.dat", "mol4_bonds.dat", "cellvec.dat"})
         EXPECT_EQ(read_file(dir.file(std::string("data/") + name)), read_file(golden + name))
             << name;
 }
@@ -202,8 +204,9 @@ TEST(CrystalPipelineDeathTest, UnwritableSideFileIsFatal) {
     set_cell(store, {10.0, 10.0, 10.0, 90.0, 90.0, 90.0});
     set_crystal(store, {kC}, {0.5, 0.5, 0.5}, {1}, {0});
     store.data_dir = dir.file("no/such/data");
-    const std::string expected = "ERROR  transport : fileio : line [0-9]+ : \nFailed to open output file " +
-                                 dir.file("no/such/data/mol1_bonds.dat") + "\n";
+    const std::string expected =
+        "ERROR  transport : fileio : line [0-9]+ : \nFailed to open output file " +
+        dir.file("no/such/data/mol1_bonds.dat") + "\n";
     EXPECT_EXIT(
         {
             send_stdout_to_stderr();
