@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -23,7 +22,8 @@ const std::string kStars(67, '*');
 const std::string kUsage = "\nUsage: cif2pdb input.cif [out.pdb]\n\n";
 const std::string kConvert = "Convert CIF file to PDF file...\n";
 const std::string kDone = "Successfully done.\n";
-const std::string kErrorHeader = "\nERROR  transport : fileio : line [0-9]+ : \n";
+// The error header with its source line number masked as "N".
+const std::string kErrorHeader = "\nERROR  transport : fileio : line N : \n";
 
 std::vector<std::string> lines_of(const std::string& text) {
     std::vector<std::string> lines;
@@ -42,8 +42,19 @@ const std::string& banner() {
     return text;
 }
 
-bool matches(const std::string& text, const std::string& pattern) {
-    return std::regex_search(text, std::regex(pattern));
+// Replaces the number of every "line <number> :" by N, for reports whose line is not fixed.
+std::string with_line_numbers_masked(std::string text) {
+    for (std::size_t at = 0; (at = text.find("line ", at)) != std::string::npos; at += 5) {
+        const std::size_t digits = text.find_first_not_of("0123456789", at + 5);
+        if (digits > at + 5 && digits != std::string::npos && text.compare(digits, 2, " :") == 0)
+            text.replace(at + 5, digits - at - 5, "N");
+    }
+    return text;
+}
+
+bool ends_with(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 // A small crystal file in the manner of a database file; rows are the atom-site rows.
@@ -160,13 +171,16 @@ TEST_F(OutputName, VerboseIsPrefixMatchedAnywhereAfterTheNames) {
     EXPECT_NE(run.out.find("Make whole molecules...\n"), std::string::npos);
 }
 
+// A fatal path: the report that ends standard output (after the banner and the progress
+// lines), the whole error stream, and, where the line number is fixed, the header naming it.
 struct FatalCase {
     std::string name;
     std::string input_text;  // empty: no file is made
     std::vector<std::string> args;
     int status;
-    std::string stdout_pattern;
-    std::string stderr_pattern;
+    std::string stdout_tail;  // with masked line numbers
+    std::string stderr_text;
+    std::string fixed_header;
 };
 
 void PrintTo(const FatalCase& c, std::ostream* os) { *os << c.name; }
@@ -181,11 +195,14 @@ TEST_P(FatalPath, EndsWithTheReportAndStatusAndWritesNothing) {
     const auto run = run_cif2pdb(c.args, dir.path());
     EXPECT_EQ(run.status, c.status);
     EXPECT_EQ(run.out.substr(0, 4 * 68), banner());
-    EXPECT_TRUE(matches(run.out, c.stdout_pattern)) << run.out;
-    EXPECT_TRUE(matches(run.err, c.stderr_pattern)) << run.err;
+    EXPECT_TRUE(ends_with(with_line_numbers_masked(run.out), c.stdout_tail)) << run.out;
+    EXPECT_NE(run.out.find(c.fixed_header), std::string::npos) << run.out;
+    EXPECT_EQ(run.err, c.stderr_text);
     EXPECT_EQ(run.out.find(kDone), std::string::npos);
     EXPECT_FALSE(file_exists(dir.file("in.pdb")));
 }
+
+const std::string kOneAtom = "C1 C 0.1000(3) 0.2000(3) 0.3000(3) 1\n";
 
 INSTANTIATE_TEST_SUITE_P(
     ThroughTheTool, FatalPath,
@@ -194,49 +211,53 @@ INSTANTIATE_TEST_SUITE_P(
                   "",
                   {"missing.cif"},
                   255,
-                  kErrorHeader + "$",
-                  "^Failed to open input file \"missing.cif\""},
+                  kErrorHeader,
+                  "Failed to open input file \"missing.cif\"\n",
+                  ""},
         FatalCase{"directory_as_input",
                   "",
                   {"adir"},
                   255,
-                  kErrorHeader + "$",
-                  "^Failed to open input file \"adir\""},
+                  kErrorHeader,
+                  "Failed to open input file \"adir\"\n",
+                  ""},
         FatalCase{"switch_taken_as_input",
                   "",
                   {"-verbose", "in.cif"},
                   255,
-                  kErrorHeader + "$",
-                  "^Failed to open input file \"-verbose\""},
-        FatalCase{
-            "short_atom_row",
-            crystal_text("10.000(2)", "C1 C 0.1000(3) 0.2000(3) 0.3000(3) 1\nC2 C 0.2\n"),
-            {"in.cif"},
-            255,
-            kErrorHeader + "Not enough columns: C2 C 0.2\nAt least 5 columns are expected!\n$",
-            "^$"},
+                  kErrorHeader,
+                  "Failed to open input file \"-verbose\"\n",
+                  ""},
+        FatalCase{"short_atom_row",
+                  crystal_text("10.000(2)", kOneAtom + "C2 C 0.2\n"),
+                  {"in.cif"},
+                  255,
+                  kErrorHeader + "Not enough columns: C2 C 0.2\nAt least 5 columns are expected!\n",
+                  "",
+                  ""},
         FatalCase{"output_not_creatable",
-                  crystal_text("10.000(2)", "C1 C 0.1000(3) 0.2000(3) 0.3000(3) 1\n"),
+                  crystal_text("10.000(2)", kOneAtom),
                   {"in.cif", "nodir/x.pdb"},
                   255,
-                  kErrorHeader + "$",
-                  "^Failed to open output file \"nodir/x.pdb\"\n$"},
+                  kErrorHeader,
+                  "Failed to open output file \"nodir/x.pdb\"\n",
+                  ""},
         // 1.70 angstrom: one molecule by the bonding radii, two pieces by the covalent ones.
         FatalCase{"molecule_not_whole",
-                  crystal_text("10.000(2)",
-                               "C1 C 0.1000(3) 0.2000(3) 0.3000(3) 1\n"
-                               "C2 C 0.2700(3) 0.2000(3) 0.3000(3) 1\n"),
+                  crystal_text("10.000(2)", kOneAtom + "C2 C 0.2700(3) 0.2000(3) 0.3000(3) 1\n"),
                   {"in.cif"},
                   1,
-                  "\nERROR  transport : fileio : line 3313 : \nNot all atoms are bonded in the "
-                  "molecule!\nnat_bonded = 1, natoms = 2\n$",
-                  "^$"},
+                  "\nERROR  transport : fileio : line N : \nNot all atoms are bonded in the "
+                  "molecule!\nnat_bonded = 1, natoms = 2\n",
+                  "",
+                  "fileio : line 3313 :"},
         FatalCase{"cell_length_missing",
-                  crystal_text("?", "C1 C 0.1000(3) 0.2000(3) 0.3000(3) 1\n"),
+                  crystal_text("?", kOneAtom),
                   {"in.cif"},
                   255,
-                  "\nERROR  transport : mmutil : line 600 : \nDeterminant of matrix is zero.\n$",
-                  "^$"}),
+                  "\nERROR  transport : mmutil : line N : \nDeterminant of matrix is zero.\n",
+                  "",
+                  "mmutil : line 600 :"}),
     [](const testing::TestParamInfo<FatalCase>& param) { return param.param.name; });
 
 }  // namespace
