@@ -2,8 +2,8 @@
 # Benchmark of the whole cif2pdb conversion on P1 supercells of the anthracene seed crystal.
 # For each size: generate the input (same bytes every run), time the cif2pdb executable with its
 # peak memory, then time each stage with cif2pdb_stages. Every run is capped by a time limit;
-# a size that cannot finish within it is not started, and its time is extrapolated from the
-# growth exponent fitted on the largest finished sizes. Ends with a table.
+# for a size that cannot finish within it only the read stage runs, and the other times are
+# extrapolated from the growth exponent fitted on the largest finished sizes. Ends with a table.
 #
 # Usage: bench/run_bench.sh [-b BUILD_DIR] [-o OUT_DIR] [-t SECONDS] [-a] [SIZE...]
 #   SIZE     1k 2k 4k 10k 20k 40k 70k 100k 1m (default: 1k 2k 4k 10k 20k 40k 100k 1m)
@@ -65,7 +65,7 @@ atoms_of() { local r=(${REPEATS[$1]}); echo $((r[0] * r[1] * r[2] * ATOMS_PER_CE
 
 generate() {
     local size=$1 file="$out_dir/anthracene_$1.cif"
-    [ -s "$file" ] || "$GENERATOR" "$SEED" ${REPEATS[$size]} "$file" > /dev/null
+    "$GENERATOR" "$SEED" ${REPEATS[$size]} "$file" > /dev/null
     echo "$file"
 }
 
@@ -101,8 +101,16 @@ predict() {
             for (i = first; i < m; ++i) { sx += x[i]; sy += y[i]; k++ }
             for (i = first; i < m; ++i) { sxx += (x[i] - sx / k) ^ 2; sxy += (x[i] - sx / k) * (y[i] - sy / k) }
             slope = sxy / sxx
-            printf "%.2f %.0f\n", slope, exp(y[m - 1] + slope * (log(n) - x[m - 1]))
+            printf "%.2f %.6g\n", slope, exp(y[m - 1] + slope * (log(n) - x[m - 1]))
         }' "$RESULTS"
+}
+
+# Seconds for the table: three significant digits, whole seconds from 100 s, hours from 1 h.
+seconds() {
+    awk -v t="$1" 'BEGIN {
+        printf (t >= 100 ? "%.0f" : "%.3g"), t
+        if (t >= 3600) printf " (%.1f h)", t / 3600
+    }'
 }
 
 too_slow() {  # predicted CPU seconds of a run over the limit
@@ -122,12 +130,16 @@ run_whole() {
     [ "$status" = ok ]
 }
 
+# Times the stages matching the filter (a regular expression on "stage/input"); stages left out
+# are recorded as "not run".
 run_stages() {
-    local size=$1 atoms=$2 file=$3 stage_tsv="$out_dir/stages_$1.tsv"
-    echo "== $size ($atoms atoms): stages" >&2
+    local size=$1 atoms=$2 file=$3 filter=$4 stage_tsv="$out_dir/stages_$1.tsv"
+    echo "== $size ($atoms atoms): stages $filter" >&2
     rm -f "$stage_tsv" "$out_dir/anthracene_$size.stages.pdb"
     read -r wall cpu peak status < <(timed "$out_dir/stages_$size.log" "$STAGE_BENCH" \
-        --benchmark_color=false --results="$stage_tsv" --work_dir="$out_dir" "$file")
+        --benchmark_color=false --benchmark_filter="$filter" --results="$stage_tsv" \
+        --work_dir="$out_dir" "$file")
+    [ "$status" = ok ] && status="not run"
     for stage in $STAGES; do
         local line
         line=$(awk -F'\t' -v s="$stage" '$1 == s' "$stage_tsv" 2> /dev/null || true)
@@ -139,29 +151,33 @@ run_stages() {
     done
     awk -F'\t' '$1 == "separate" { print $7 }' "$stage_tsv" 2> /dev/null > "$out_dir/molecules_$size"
     local verdict="stage output differs from cif2pdb output"
-    [ -f "$out_dir/anthracene_$size.stages.pdb" ] || verdict="stage output not written"
+    [ -f "$out_dir/anthracene_$size.stages.pdb" ] || return 0
     cmp -s "$out_dir/anthracene_$size.pdb" "$out_dir/anthracene_$size.stages.pdb" &&
         verdict="stage output identical to cif2pdb output"
     echo "$verdict" > "$out_dir/compare_$size"
 }
 
+# Sizes run smallest first. Once a size cannot finish (predicted over the limit, or it ran out
+# of time), the larger ones run only the read stage, which grows linearly.
 : > "$out_dir/inputs.sha256"
+rm -f "$out_dir"/compare_* "$out_dir"/molecules_*
 whole_open=1
 for size in "${sizes[@]}"; do
     atoms=$(atoms_of "$size")
-    if [ $whole_open -eq 0 ] || too_slow whole "$atoms"; then
-        record "$size" "$atoms" whole - - - predicted
-        for stage in $STAGES; do record "$size" "$atoms" "$stage" - - - predicted; done
-        whole_open=0
-        continue
-    fi
     file=$(generate "$size")
     (cd "$out_dir" && sha256sum "$(basename "$file")") >> "$out_dir/inputs.sha256"
-    if run_whole "$size" "$atoms" "$file"; then
-        run_stages "$size" "$atoms" "$file"
-    else
-        for stage in $STAGES; do record "$size" "$atoms" "$stage" - - - skipped; done
+    if [ $whole_open -eq 1 ] && too_slow whole "$atoms"; then
+        record "$size" "$atoms" whole - - - predicted
         whole_open=0
+    elif [ $whole_open -eq 0 ]; then
+        record "$size" "$atoms" whole - - - "not run"
+    elif ! run_whole "$size" "$atoms" "$file"; then
+        whole_open=0
+    fi
+    if [ $whole_open -eq 1 ]; then
+        run_stages "$size" "$atoms" "$file" .
+    else
+        run_stages "$size" "$atoms" "$file" "^read/"
     fi
 done
 
@@ -208,8 +224,13 @@ print_table() {
         printf '| %s | %s |' "$what" "${fit% *}"
         for size in "${sizes[@]}"; do
             awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 != "ok" { found = 1 } END { exit !found }' "$RESULTS" || continue
-            predict "$what" "$(atoms_of "$size")" 5 |
-                awk '{ printf " %s s", $2; if ($2 >= 3600) printf " (%.1f h)", $2 / 3600; printf " |" }'
+            local measured
+            measured=$(awk -F'\t' -v s="$size" -v w="$what" '$1 == s && $3 == w && $7 == "ok" { print $5 }' "$RESULTS")
+            if [ -n "$measured" ]; then
+                printf ' %s s measured |' "$(seconds "$measured")"
+            else
+                printf ' %s s |' "$(seconds "$(predict "$what" "$(atoms_of "$size")" 5 | cut -d' ' -f2)")"
+            fi
         done
         echo
     done
