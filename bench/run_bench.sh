@@ -151,7 +151,7 @@ run_stages() {
     done
     awk -F'\t' '$1 == "separate" { print $7 }' "$stage_tsv" 2> /dev/null > "$out_dir/molecules_$size"
     local verdict="stage output differs from cif2pdb output"
-    [ -f "$out_dir/anthracene_$size.stages.pdb" ] || return 0
+    grep -q '^write' "$stage_tsv" 2> /dev/null || return 0
     cmp -s "$out_dir/anthracene_$size.pdb" "$out_dir/anthracene_$size.stages.pdb" &&
         verdict="stage output identical to cif2pdb output"
     echo "$verdict" > "$out_dir/compare_$size"
@@ -210,20 +210,22 @@ print_table() {
     echo
     echo "Growth exponent k (t ~ N^k, CPU time, fitted on the largest three finished sizes of 4k atoms or more) and the time it implies:"
     echo
-    printf '| column | k |'
+    local unfinished=()
     for size in "${sizes[@]}"; do
-        if awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 != "ok" { found = 1 } END { exit !found }' "$RESULTS"; then
-            printf ' %s |' "$size"
-        fi
+        awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 != "ok" { found = 1 } END { exit !found }' "$RESULTS" &&
+            unfinished+=("$size")
     done
+    printf '| column | k |'
+    for size in "${unfinished[@]}"; do printf ' %s |' "$size"; done
+    printf '\n|---|---:|'
+    for size in "${unfinished[@]}"; do printf -- '---:|'; done
     echo
     for what in $columns; do
         local fit
         fit=$(predict "$what" 1 5)
         [ -n "$fit" ] || continue
         printf '| %s | %s |' "$what" "${fit% *}"
-        for size in "${sizes[@]}"; do
-            awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 != "ok" { found = 1 } END { exit !found }' "$RESULTS" || continue
+        for size in "${unfinished[@]}"; do
             local measured
             measured=$(awk -F'\t' -v s="$size" -v w="$what" '$1 == s && $3 == w && $7 == "ok" { print $5 }' "$RESULTS")
             if [ -n "$measured" ]; then
