@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -342,6 +343,21 @@ void print_atom_summary(const FileIO& store) {
     print_atom_as_read("  Last  atom: ", store.cif_atoms, store.natoms_cif - 1);
 }
 
+// Missing or impossible cell parameters (a zero angle, angles that close no cell) give a
+// lattice of infinities and NaN, which would spread into every coordinate written.
+void require_finite_lattice(const FileIO& store) {
+    for (const auto& row : store.cell_latt3x3)
+        for (double entry : row)
+            if (!std::isfinite(entry)) {
+                const double* cell = store.cell_latt;
+                FILEIO_FATAL(kStatusFailure, stdout,
+                             "The cell of \"%s\" is not a valid lattice: a = %g, b = %g, c = %g, "
+                             "alpha = %g, beta = %g, gamma = %g\n",
+                             store.input_filename.c_str(), cell[0], cell[1], cell[2], cell[3],
+                             cell[4], cell[5]);
+            }
+}
+
 void assign_element_rows_and_radii(FileIO& store) {
     using fileio_detail::new_store_array;
     store.cif_atypes = new_store_array<int>(store.natoms_cif);
@@ -399,6 +415,7 @@ void build_crystal_from_cif_columns(FileIO& store, int fract_columns, bool verbo
     if (verbose) print_scan_summary(store);
     double lattice[3][3];
     store.cell_cell6_to_latt3x3(store.cell_latt, lattice);
+    require_finite_lattice(store);
 
     store.natoms_cif = static_cast<int>(store.cif_atoms.cif_atom_label.size());
     if (verbose) print_atom_summary(store);

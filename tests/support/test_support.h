@@ -54,6 +54,13 @@ class ScratchDir {
     std::string path_;
 };
 
+// Death tests match the error stream only; fatal messages that go to standard output are
+// sent there by calling this first inside the death-test statement.
+inline void stdout_to_stderr() {
+    std::fflush(stdout);
+    ::dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
 struct RunResult {
     int status = -1;  // exit status as the shell sees it (0..255); -1 if killed by a signal
     std::string out;
