@@ -25,13 +25,19 @@ inline std::string read_file(const std::string& path) {
 }
 
 inline void write_file(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary);
-    out << text;
+    std::ofstream(path, std::ios::binary) << text;
 }
 
 inline bool file_exists(const std::string& path) {
     struct stat info;
     return ::stat(path.c_str(), &info) == 0;
+}
+
+inline void make_dir(const std::string& path) { ::mkdir(path.c_str(), 0755); }
+
+inline bool ends_with(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 // A fresh directory under the system's temporary folder, removed when the object goes.
@@ -63,8 +69,7 @@ inline void stdout_to_stderr() {
 
 struct RunResult {
     int status = -1;  // exit status as the shell sees it (0..255); -1 if killed by a signal
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 inline std::string shell_quote(const std::string& text) {
@@ -79,16 +84,16 @@ inline RunResult run_cif2pdb(const std::vector<std::string>& args, const std::st
     for (const auto& arg : args) command += " " + shell_quote(arg);
     command += " > .stdout 2> .stderr < /dev/null";
     const int raw = std::system(command.c_str());
-    RunResult result;
-    result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    result.out = read_file(dir + "/.stdout");
-    result.err = read_file(dir + "/.stderr");
+    RunResult result{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read_file(dir + "/.stdout"),
+                     read_file(dir + "/.stderr")};
     std::remove((dir + "/.stdout").c_str());
     std::remove((dir + "/.stderr").c_str());
     return result;
 }
 
-inline std::string test_data(const std::string& name) { return std::string(TEST_DATA_DIR) + "/" + name; }
+inline std::string test_data(const std::string& name) {
+    return std::string(TEST_DATA_DIR) + "/" + name;
+}
 inline std::string golden(const std::string& name) { return std::string(GOLDEN_DIR) + "/" + name; }
 
 // Path of a database crystal file beside the project; empty when the folder is absent.
@@ -97,10 +102,10 @@ inline std::string shared_cif(const std::string& name) {
     return file_exists(path) ? path : std::string();
 }
 
-#define SKIP_WITHOUT_SHARED_CIFS()                                                      \
-    do {                                                                                \
-        if (!test_support::file_exists(SHARED_CIF_DIR))                                 \
-            GTEST_SKIP() << "database crystal files are not beside the project";       \
+#define SKIP_WITHOUT_SHARED_CIFS()                                               \
+    do {                                                                         \
+        if (!test_support::file_exists(SHARED_CIF_DIR))                          \
+            GTEST_SKIP() << "database crystal files are not beside the project"; \
     } while (0)
 
 }  // namespace test_support
