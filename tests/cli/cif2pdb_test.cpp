@@ -100,23 +100,23 @@ TEST(Driver, FatalPathsReportAndEndWithTheirStatus) {
 
 class GoldenConversion : public testing::TestWithParam<std::string> {};
 
-// The quiet run names its output by the last "." of the whole path (run.1/x gives run.pdb); in
+// The quiet run names its output by the last "." of the whole path (run.1.2/x: run.1.pdb); in
 // the verbose one a switch in second place names the output and, prefix-matched, still counts.
 TEST_P(GoldenConversion, QuietAndVerboseRunsWriteTheExpectedFileAndReports) {
     const std::string stem = GetParam(),
                       input = stem == "naphthalene" ? std::string(EXAMPLES_DIR) + "/naphthalene.cif"
                                                     : test_data("golden_inputs/" + stem + ".cif");
     ScratchDir dir;
-    test_support::make_dir(dir.file("run.1"));
-    write_file(dir.file("run.1/" + stem), read_file(input));
+    test_support::make_dir(dir.file("run.1.2"));
+    write_file(dir.file("run.1.2/" + stem), read_file(input));
     write_file(dir.file(stem + ".cif"), read_file(input));
-    const auto quiet = run_cif2pdb({"run.1/" + stem}, dir.path());
+    const auto quiet = run_cif2pdb({"run.1.2/" + stem}, dir.path());
     const auto verbose = run_cif2pdb({stem + ".cif", "-verbosely"}, dir.path());
     EXPECT_EQ(std::make_pair(quiet.status, verbose.status), std::make_pair(0, 0));
     EXPECT_EQ(quiet.err + verbose.err, "");
     EXPECT_EQ(quiet.out, read_file(golden(stem + ".stdout")));
     EXPECT_EQ(verbose.out, read_file(golden(stem + ".verbose.stdout")));
-    EXPECT_EQ(read_file(dir.file("run.pdb")), read_file(golden(stem + ".pdb")));
+    EXPECT_EQ(read_file(dir.file("run.1.pdb")), read_file(golden(stem + ".pdb")));
     EXPECT_EQ(read_file(dir.file("-verbosely")), read_file(golden(stem + ".pdb")));
     EXPECT_FALSE(file_exists(dir.file("data")));  // no side files from the tool
 }
