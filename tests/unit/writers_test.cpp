@@ -1,10 +1,10 @@
 // Writers and crystal conversions against expected files, the supercell PDB counters over a
-// file long enough to wrap them, each writer's report of a file it cannot create, and the
-// unit-cell CIF read back.
+// file long enough to wrap them, and each writer's report of a file it cannot create.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -29,14 +29,95 @@ double crystal_fract[15] = {0.1,  0.2,  0.3, 0.2, 0.25, 0.35, 0.05, 0.3,
                             0.25, 0.95, 0.7, 0.8, 0.15, 0.7,  0.8};
 double crystal_cart[15];
 double chlorine_fract[6] = {0.95, 0.7, 0.8, 1.15, 0.7, 0.8};
-int mol_natoms[2] = {3, 2};
-int* mol_atypes[2] = {crystal_atypes, crystal_atypes + 3};
-double* mol_fract[2] = {crystal_fract, chlorine_fract};
-
-// Chloromethane for the quantum-chemistry inputs.
-int ch3cl_atypes[5] = {6, 17, 1, 1, 1};
+int natoms[2] = {3, 2};
+int* atypes[2] = {crystal_atypes, crystal_atypes + 3};
+double* fract[2] = {crystal_fract, chlorine_fract};
+int unknown[2] = {6, -1};  // written as X
+double unknown_x[6] = {1.0, 2.0, 3.0, -1.5, 0.25, 4.125};
+int ch3cl[5] = {6, 17, 1, 1, 1};
 double ch3cl_x[15] = {0.0, 0.0,    0.0,     1.781,  0.0,    0.0,     -0.363, 1.027,
                       0.0, -0.363, -0.5135, 0.8894, -0.363, -0.5135, -0.8894};
+
+// Reports of an output file that cannot be opened, "@" standing for the path: the CIF and PDB
+// writers on standard output after the fatal header, the others on standard error.
+const std::string kQuoted = "Failed to open output file \"@\"";
+const std::string kPlain = "Failed to open output file @";
+const std::string kOnStdout = "\nERROR  transport : fileio : line [0-9]+ : \n" + kPlain;
+
+// A write by the given member of the store, with the arguments that follow the path.
+using Write = std::function<int(FileIO&, const char*)>;
+template <typename Member, typename... Args>
+Write call(Member member, Args... args) {
+    return [=](FileIO& s, const char* path) { return (s.*member)(path, args...); };
+}
+
+// Each layout: its expected file, its report when the file cannot be opened, and the write,
+// mostly from the crystal store.
+const std::tuple<const char*, std::string, Write> kLayouts[] = {
+    {"crystal.xyz", "ERROR: " + kQuoted, [](FileIO& s, auto p) { return s.write_data_xyz(p); }},
+    {"crystal.mol", kQuoted, [](FileIO& s, auto p) { return s.write_data_mol(p); }},
+    {"none.xyz", "ERROR: " + kQuoted, [](FileIO&, auto p) { return FileIO().write_data_xyz(p); }},
+    {"none.mol", kQuoted, [](FileIO&, auto p) { return FileIO().write_data_mol(p); }},
+    {"unknown_element.xyz", kQuoted,
+     [](FileIO& s, auto p) { return s.write_data_xyz(p, 2, unknown, unknown_x); }},
+    {"unknown_element.mol", kQuoted,
+     [](FileIO& s, auto p) { return s.write_data_mol(p, 2, unknown, unknown_x); }},
+    {"crystal_fract.cif", kOnStdout, call(&FileIO::write_data_cif, true)},
+    {"crystal_cartn.cif", kOnStdout, call(&FileIO::write_data_cif, false)},
+    {"unitcell.cif", kOnStdout, call(&FileIO::write_unitcell_cif, 2, natoms, atypes, fract)},
+    {"unitcell_empty.cif", kOnStdout,
+     call(&FileIO::write_unitcell_cif, 0, nullptr, nullptr, nullptr)},
+    {"supercell_2x1x1.cif", kOnStdout,
+     call(&FileIO::write_supercell_cif, 2, natoms, atypes, fract, 2, 1, 1)},
+    {"supercell_0x1x1.cif", kOnStdout,
+     call(&FileIO::write_supercell_cif, 2, natoms, atypes, fract, 0, 1, 1)},
+    {"supercell_2x1x1.pdb", kOnStdout,
+     call(&FileIO::write_supercell_pdb, 2, natoms, atypes, fract, 2, 1, 1)},
+    {"supercell_1x0x1.pdb", kOnStdout,
+     call(&FileIO::write_supercell_pdb, 2, natoms, atypes, fract, 1, 0, 1)},
+    // Site lines into an open file: labels from first + 1, coordinates (x + shift + 1) / scale.
+    {"cif_mol_one.cif", "",
+     [](FileIO& s, auto p) {
+         FILE* out = std::fopen(p, "w");
+         double x[6] = {0.5, 1.0, -0.5, 1.5, 0.25, 0.0}, shift[3] = {0.5, 0.0, 1.0};
+         s.write_cif_mol_one(out, 4, 2, ch3cl, x, shift, 2.0, 3);
+         return std::fclose(out);
+     }},
+    // Written as dir/mol3.gjf, whose stem names the checkpoint and the title.
+    {"mol3.gjf", kQuoted,
+     call(&FileIO::write_data_gjf_one, 5, ch3cl, ch3cl_x, 8, 4000, "B3LYP/6-31G(d)")},
+    {"gau_HL.com", kPlain,
+     call(&FileIO::write_gau_mol_com_HL, 5, ch3cl, ch3cl_x, "chloromethane HL", "ch3cl_hl",
+          "B3LYP/6-31G(d)", 2000, 99, 4, "")},
+    // The tail is copied verbatim: a percent sign in it is no conversion.
+    {"gau_RE.com", kPlain,
+     call(&FileIO::write_gau_mol_com_RE, 5, ch3cl, ch3cl_x, "chloromethane RE", "ch3cl_re", "1 2",
+          "B3LYP/6-31G(d)", 3000, 99, 6,
+          "--Link1--\n%chk=ch3cl_re.chk\n#P geom=check guess=read pop=(full,%d)\n\n")},
+    {"gau_RE_empty.com", kPlain,
+     call(&FileIO::write_gau_mol_com_RE, 0, ch3cl, ch3cl_x, "t", "c", "0 1", "HF", 1, 0, 1, "")},
+    {"orca_HL.inp", kPlain,
+     call(&FileIO::write_orca_mol_inp_HL, 5, ch3cl, ch3cl_x, 4000, 8, "B3LYP", "def2-SVP",
+          "%tddft\n  nroots 5\nend\n")},
+    {"orca_HL_block.inp", kPlain,
+     [](FileIO&, auto p) {
+         FileIO s;
+         s.orca_output_block = "%output\n  PrintLevel=Mini\nend\n";
+         return s.write_orca_mol_inp_HL(p, 0, ch3cl, ch3cl_x, 100, 1, "HF", "STO-3G", "");
+     }},
+    {"orca_RE.inp", kPlain,
+     call(&FileIO::write_orca_mol_inp_RE, 5, ch3cl, ch3cl_x, 2500, 2, "-1 2", "B3LYP", "def2-SVP",
+          "")},
+    {"orca_RE_empty.inp", kPlain,
+     call(&FileIO::write_orca_mol_inp_RE, 0, ch3cl, ch3cl_x, 1, 1, "0 1", "HF", "STO-3G", "")},
+    {"qchem_HL.inp", kPlain,
+     call(&FileIO::write_qchem_mol_inp_HL, 5, ch3cl, ch3cl_x, 7, 7, "B3LYP", "6-31G*", "")},
+    {"qchem_HL_empty.inp", kPlain,
+     call(&FileIO::write_qchem_mol_inp_HL, 0, ch3cl, ch3cl_x, 0, 0, "HF", "STO-3G", "")},
+    {"qchem_RE.inp", kPlain,
+     call(&FileIO::write_qchem_mol_inp_RE, 5, ch3cl, ch3cl_x, 7, 7, "0 3", "B3LYP", "6-31G*",
+          "$comment\nchained %s job\n$end\n")},
+};
 
 // Runs in a scratch directory, with the clock pinned to 2023-11-14 22:13:20 UTC.
 class Writers : public ::testing::Test {
@@ -69,175 +150,59 @@ class Writers : public ::testing::Test {
 };
 
 TEST_F(Writers, EveryLayoutMatchesItsExpectedFile) {
-    FileIO empty, printing;
-    printing.orca_output_block = "%output\n  PrintLevel=Mini\nend\n";
-    int* const n = mol_natoms;
-    int** const t = mol_atypes;
-    double** const f = mol_fract;
-    int* const a = ch3cl_atypes;
-    double* const x = ch3cl_x;
-    int unknown[2] = {6, -1};
-    double unknown_x[6] = {1.0, 2.0, 3.0, -1.5, 0.25, 4.125};
-    // Site lines into an open file: labels from first + 1, coordinates (x + shift + 1) / scale.
-    FILE* sites = std::fopen("dir/cif_mol_one.cif", "w");
-    double site_x[6] = {0.5, 1.0, -0.5, 1.5, 0.25, 0.0}, shift[3] = {0.5, 0.0, 1.0};
-    s.write_cif_mol_one(sites, 4, 2, a, site_x, shift, 2.0, 3);
-    const int results[] = {
-        std::fclose(sites),
-        s.write_data_xyz("dir/crystal.xyz"),
-        s.write_data_xyz("dir/list.xyz", 5, crystal_atypes, crystal_cart),
-        s.write_data_mol("dir/crystal.mol"),
-        s.write_data_mol("dir/list.mol", 5, crystal_atypes, crystal_cart),
-        empty.write_data_xyz("dir/none.xyz"),
-        empty.write_data_mol("dir/none.mol"),
-        s.write_data_xyz("dir/unknown_element.xyz", 2, unknown, unknown_x),
-        s.write_data_mol("dir/unknown_element.mol", 2, unknown, unknown_x),
-        s.write_data_cif("dir/crystal_fract.cif", true),
-        s.write_data_cif("dir/crystal_cartn.cif", false),
-        s.write_unitcell_cif("dir/unitcell.cif", 2, n, t, f),
-        s.write_unitcell_cif("dir/unitcell_empty.cif", 0, nullptr, nullptr, nullptr),
-        s.write_supercell_cif("dir/supercell_2x1x1.cif", 2, n, t, f, 2, 1, 1),
-        s.write_supercell_cif("dir/supercell_0x1x1.cif", 2, n, t, f, 0, 1, 1),
-        s.write_supercell_pdb("dir/supercell_2x1x1.pdb", 2, n, t, f, 2, 1, 1),
-        s.write_supercell_pdb("dir/supercell_1x0x1.pdb", 2, n, t, f, 1, 0, 1),
-        // The stem of dir/mol3.gjf names the checkpoint and the title.
-        s.write_data_gjf_one("dir/mol3.gjf", 5, a, x, 8, 4000, "B3LYP/6-31G(d)"),
-        s.write_gau_mol_com_HL("dir/gau_HL.com", 5, a, x, "chloromethane HL", "ch3cl_hl",
-                               "B3LYP/6-31G(d)", 2000, 99, 4, ""),
-        // The tail is copied verbatim: a percent sign in it is no conversion.
-        s.write_gau_mol_com_RE(
-            "dir/gau_RE.com", 5, a, x, "chloromethane RE", "ch3cl_re", "1 2", "B3LYP/6-31G(d)",
-            3000, 99, 6,
-            "--Link1--\n%chk=ch3cl_re.chk\n#P geom=check guess=read pop=(full,%d)\n\n"),
-        s.write_gau_mol_com_RE("dir/gau_RE_empty.com", 0, a, x, "t", "c", "0 1", "HF", 1, 0, 1, ""),
-        s.write_orca_mol_inp_HL("dir/orca_HL.inp", 5, a, x, 4000, 8, "B3LYP", "def2-SVP",
-                                "%tddft\n  nroots 5\nend\n"),
-        printing.write_orca_mol_inp_HL("dir/orca_HL_block.inp", 0, a, x, 100, 1, "HF", "STO-3G",
-                                       ""),
-        s.write_orca_mol_inp_RE("dir/orca_RE.inp", 5, a, x, 2500, 2, "-1 2", "B3LYP", "def2-SVP",
-                                ""),
-        s.write_orca_mol_inp_RE("dir/orca_RE_empty.inp", 0, a, x, 1, 1, "0 1", "HF", "STO-3G", ""),
-        s.write_qchem_mol_inp_HL("dir/qchem_HL.inp", 5, a, x, 7, 7, "B3LYP", "6-31G*", ""),
-        s.write_qchem_mol_inp_HL("dir/qchem_HL_empty.inp", 0, a, x, 0, 0, "HF", "STO-3G", ""),
-        s.write_qchem_mol_inp_RE("dir/qchem_RE.inp", 5, a, x, 7, 7, "0 3", "B3LYP", "6-31G*",
-                                 "$comment\nchained %s job\n$end\n"),
-    };
-    for (int result : results) EXPECT_EQ(result, 0);
-    for (const std::string name : {"cif_mol_one.cif",
-                                   "crystal.xyz",
-                                   "crystal.mol",
-                                   "none.xyz",
-                                   "none.mol",
-                                   "unknown_element.xyz",
-                                   "unknown_element.mol",
-                                   "crystal_fract.cif",
-                                   "crystal_cartn.cif",
-                                   "unitcell.cif",
-                                   "unitcell_empty.cif",
-                                   "supercell_2x1x1.cif",
-                                   "supercell_0x1x1.cif",
-                                   "supercell_2x1x1.pdb",
-                                   "supercell_1x0x1.pdb",
-                                   "mol3.gjf",
-                                   "gau_HL.com",
-                                   "gau_RE.com",
-                                   "gau_RE_empty.com",
-                                   "orca_HL.inp",
-                                   "orca_HL_block.inp",
-                                   "orca_RE.inp",
-                                   "orca_RE_empty.inp",
-                                   "qchem_HL.inp",
-                                   "qchem_HL_empty.inp",
-                                   "qchem_RE.inp"})
-        EXPECT_EQ(read_file("dir/" + name), read_file(test_support::golden("writers/" + name)))
+    for (const auto& [name, failure, write] : kLayouts) {
+        EXPECT_EQ(write(s, ("dir/" + std::string(name)).c_str()), 0) << name;
+        EXPECT_EQ(read_file("dir/" + std::string(name)),
+                  read_file(test_support::golden("writers/") + name))
             << name;
-    EXPECT_EQ(read_file("dir/list.xyz"), read_file("dir/crystal.xyz"));
-    EXPECT_EQ(read_file("dir/list.mol"), read_file("dir/crystal.mol"));
+    }
 }
 
-// One molecule of 11 atoms in 100 x 100 x 1 cells gives 110000 atoms in 10000 molecules: the
-// serial (1..99999), the hexadecimal name counter (1..255) and the residue (1..9999) all wrap.
+// The two molecules (3 and 2 atoms) in 100 x 100 x 3 cells give 150000 atoms in 60000
+// molecules: the serial (1..99999), the hexadecimal name counter (1..255) and the residue
+// number (1..9999) all wrap, and run on over the whole file.
 TEST_F(Writers, SupercellPdbCountersRunOverTheWholeFile) {
-    int atypes[11], natoms[1] = {11};
-    double fract[33];
-    for (int k = 0; k < 11; ++k) {
-        atypes[k] = 6;
-        fract[3 * k] = 0.05 + 0.08 * k;
-        fract[3 * k + 1] = fract[3 * k + 2] = 0.5;
-    }
-    int* molecule_atypes[1] = {atypes};
-    double* molecule_fract[1] = {fract};
-    s.write_supercell_pdb("big.pdb", 1, natoms, molecule_atypes, molecule_fract, 100, 100, 1);
+    s.write_supercell_pdb("big.pdb", 2, natoms, atypes, fract, 100, 100, 3);
     std::istringstream text(read_file("big.pdb"));
     std::string line;
     for (int i = 0; i < 3; ++i) std::getline(text, line);
     int atom = 0, wrong = 0;
     for (; std::getline(text, line) && line.compare(0, 4, "ATOM") == 0; ++atom) {
-        const int serial = std::atoi(line.substr(6, 5).c_str());
-        const long name = std::strtol(line.substr(14, 2).c_str(), nullptr, 16);
-        const int residue = std::atoi(line.substr(22, 4).c_str());
-        wrong +=
-            serial != atom % 99999 + 1 || name != atom % 255 + 1 || residue != atom / 11 % 9999 + 1;
+        const int molecule = atom / 5 * 2 + (atom % 5 >= 3);
+        wrong += std::atoi(line.substr(6, 5).c_str()) != atom % 99999 + 1 ||
+                 std::strtol(line.substr(14, 2).c_str(), nullptr, 16) != atom % 255 + 1 ||
+                 std::atoi(line.substr(22, 4).c_str()) != molecule % 9999 + 1;
     }
-    EXPECT_EQ(atom, 110000);
+    EXPECT_EQ(atom, 150000);
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(line, "TER");
     EXPECT_FALSE(std::getline(text, line));
 }
 
-// "@" stands for the path. The CIF and PDB writers report on standard output after the fatal
-// header (standard error is silenced to prove it), the others on standard error.
-TEST(WriterOpenFailureDeathTest, EachWriterReportsOnItsOwnStream) {
-    FileIO s;
-    int a[1] = {6}, n[1] = {1};
-    double x[3] = {0.0, 0.0, 0.0};
-    int* t[1] = {a};
-    double* f[1] = {x};
-    const std::string quoted = "Failed to open output file \"@\"",
-                      plain = "Failed to open output file @";
-    const std::tuple<bool, std::string, std::function<void(const char*)>> cases[] = {
-        {false, "ERROR: " + quoted, [&](auto p) { s.write_data_xyz(p); }},
-        {false, quoted, [&](auto p) { s.write_data_xyz(p, 1, a, x); }},
-        {false, quoted, [&](auto p) { s.write_data_mol(p); }},
-        {false, quoted, [&](auto p) { s.write_data_mol(p, 1, a, x); }},
-        {true, plain, [&](auto p) { s.write_data_cif(p, true); }},
-        {true, plain, [&](auto p) { s.write_unitcell_cif(p, 1, n, t, f); }},
-        {true, plain, [&](auto p) { s.write_supercell_cif(p, 1, n, t, f, 1, 1, 1); }},
-        {true, plain, [&](auto p) { s.write_supercell_pdb(p, 1, n, t, f, 1, 1, 1); }},
-        {false, quoted, [&](auto p) { s.write_data_gjf_one(p, 1, a, x, 1, 1, "HF"); }},
-        {false, plain,
-         [&](auto p) { s.write_gau_mol_com_HL(p, 1, a, x, "t", "c", "M", 1, 0, 1, ""); }},
-        {false, plain,
-         [&](auto p) { s.write_gau_mol_com_RE(p, 1, a, x, "t", "c", "0 1", "M", 1, 0, 1, ""); }},
-        {false, plain, [&](auto p) { s.write_orca_mol_inp_HL(p, 1, a, x, 1, 1, "M", "B", ""); }},
-        {false, plain,
-         [&](auto p) { s.write_orca_mol_inp_RE(p, 1, a, x, 1, 1, "0 1", "M", "B", ""); }},
-        {false, plain, [&](auto p) { s.write_qchem_mol_inp_HL(p, 1, a, x, 0, 0, "M", "B", ""); }},
-        {false, plain,
-         [&](auto p) { s.write_qchem_mol_inp_RE(p, 1, a, x, 0, 0, "0 1", "M", "B", ""); }},
-    };
-    int number = 0;
-    for (const auto& [on_stdout, message, write] : cases) {
-        const std::string path = "/nonexistent-cif2pdb-dir/out" + std::to_string(++number);
-        std::string expected = message;
+// Standard error is silenced for the reports on standard output, to show where they go.
+TEST(WritersDeathTest, EachWriterReportsAFileItCannotOpen) {
+    for (const auto& [name, failure, write] : kLayouts) {
+        if (failure.empty()) continue;
+        const std::string path = std::string("/nonexistent-cif2pdb-dir/") + name;
+        std::string expected = failure;
         expected.replace(expected.find('@'), 1, path);
-        if (on_stdout) expected = "\nERROR  transport : fileio : line [0-9]+ : \n" + expected;
+        FileIO s;
         EXPECT_EXIT(
             {
-                if (on_stdout) {
+                if (failure == kOnStdout) {
                     test_support::stdout_to_stderr();
                     std::freopen("/dev/null", "w", stderr);
                 }
-                write(path.c_str());
+                write(s, path.c_str());
             },
             ::testing::ExitedWithCode(255), "^" + expected + "\n$")
-            << path;
+            << name;
     }
 }
 
 // Per-molecule files are numbered from 1 and listed after two blanks; supercell files are named
 // after the output without its last extension.
-TEST_F(Writers, ConversionsMatchTheirExpectedFiles) {
+TEST_F(Writers, ConversionsMatchTheirExpectedFilesAndTheUnitCellReadsBack) {
     const char* in = TEST_DATA_DIR "/writers/chloroacetamide_p-1.cif";
     FileIO unwrap, mol, xyz, gjf, expand, block;
     testing::internal::CaptureStdout();
@@ -257,26 +222,17 @@ TEST_F(Writers, ConversionsMatchTheirExpectedFiles) {
     for (const char* name : {"out_03.mol", "cell_03.xyz", "run-03.com", "block.pdb"})
         EXPECT_FALSE(file_exists(name)) << name;
     EXPECT_TRUE(file_exists("block.cif"));
-}
-
-// The unit-cell CIF of whole molecules reads back as the same molecules: written again, it
-// gives the same file.
-TEST_F(Writers, UnitCellCifReadsBackAsTheSameMolecules) {
-    for (const std::string& crystal :
-         {std::string(TEST_DATA_DIR "/writers/chloroacetamide_p-1.cif"),
-          test_support::shared_cif("cod_2007325_cocrystal.cif")}) {
-        if (crystal.empty()) continue;  // database files absent
-        FileIO converted, reread;
-        testing::internal::CaptureStdout();
-        converted.write_cif_unwrap(crystal.c_str(), "unwrapped.cif", false, false);
-        reread.read_data_cif("unwrapped.cif", false);
-        reread.input_kind = 2;
-        reread.read_crystal_strcuture_files(false, false);
-        testing::internal::GetCapturedStdout();
-        reread.write_unitcell_cif("again.cif", reread.nmols, reread.mol_natoms, reread.mol_atypes,
-                                  reread.mol_x_s);
-        EXPECT_EQ(read_file("again.cif"), read_file("unwrapped.cif")) << crystal;
-    }
+    // The unit cell of whole molecules reads back as the same molecules: written again, it gives
+    // the same file.
+    FileIO reread;
+    testing::internal::CaptureStdout();
+    reread.read_data_cif("unwrapped.cif", false);
+    reread.input_kind = 2;
+    reread.read_crystal_strcuture_files(false, false);
+    testing::internal::GetCapturedStdout();
+    reread.write_unitcell_cif("again.cif", reread.nmols, reread.mol_natoms, reread.mol_atypes,
+                              reread.mol_x_s);
+    EXPECT_EQ(read_file("again.cif"), read_file("unwrapped.cif"));
 }
 
 }  // namespace
