@@ -105,10 +105,10 @@ predict() {
         }' "$RESULTS"
 }
 
-# Seconds for the table: three significant digits, whole seconds from 100 s, hours from 1 h.
+# Seconds for the table: three significant digits, whole seconds from 100 s, hours from 1 h on.
 seconds() {
     awk -v t="$1" 'BEGIN {
-        printf (t >= 100 ? "%.0f" : "%.3g"), t
+        printf (t >= 100 ? "%.0f s" : "%.3g s"), t
         if (t >= 3600) printf " (%.1f h)", t / 3600
     }'
 }
@@ -229,9 +229,9 @@ print_table() {
             local measured
             measured=$(awk -F'\t' -v s="$size" -v w="$what" '$1 == s && $3 == w && $7 == "ok" { print $5 }' "$RESULTS")
             if [ -n "$measured" ]; then
-                printf ' %s s measured |' "$(seconds "$measured")"
+                printf ' %s measured |' "$(seconds "$measured")"
             else
-                printf ' %s s |' "$(seconds "$(predict "$what" "$(atoms_of "$size")" 5 | cut -d' ' -f2)")"
+                printf ' %s |' "$(seconds "$(predict "$what" "$(atoms_of "$size")" 5 | cut -d' ' -f2)")"
             fi
         done
         echo
