@@ -22,6 +22,7 @@ declare -A REPEATS=(
     [1k]="2 5 2" [2k]="3 7 2" [4k]="4 7 3" [10k]="6 7 5" [20k]="7 10 6"
     [40k]="8 13 8" [70k]="10 15 10" [100k]="13 16 10" [1m]="26 40 20")
 readonly STAGES="read expand separate make_whole pipeline write"
+readonly PROBE_SECONDS=60
 
 build_dir="$ROOT/build-bench"
 out_dir=""
@@ -73,11 +74,11 @@ generate() {
 time_field() { awk -F': ' -v key="$2" '$1 ~ key { print $2 }' "$1"; }
 clock_seconds() { awk -F: '{ s = 0; for (i = 1; i <= NF; ++i) s = s * 60 + $i; print s }'; }
 
-# Runs a command under the time limit and /usr/bin/time; prints "wall cpu peak_MB status".
+# Runs a command under a time limit and /usr/bin/time; prints "wall cpu peak_MB status".
 timed() {
-    local log=$1; shift
+    local log=$1 seconds=$2; shift 2
     local rc=0
-    /usr/bin/time -v -o "$log.time" timeout "$limit" "$@" > "$log" 2>&1 || rc=$?
+    /usr/bin/time -v -o "$log.time" timeout "$seconds" "$@" > "$log" 2>&1 || rc=$?
     local wall cpu peak
     wall=$(time_field "$log.time" "Elapsed \\(wall clock\\)" | clock_seconds)
     cpu=$(awk -F': ' '/User time|System time/ { s += $2 } END { print s }' "$log.time")
@@ -124,10 +125,22 @@ run_whole() {
     local size=$1 atoms=$2 file=$3
     echo "== $size ($atoms atoms): cif2pdb" >&2
     rm -f "$out_dir/anthracene_$size.pdb"
-    read -r wall cpu peak status < <(timed "$out_dir/cif2pdb_$size.log" \
+    read -r wall cpu peak status < <(timed "$out_dir/cif2pdb_$size.log" "$limit" \
         "$CIF2PDB" "$file" "$out_dir/anthracene_$size.pdb")
     record "$size" "$atoms" whole "$wall" "$cpu" "$peak" "$status"
     [ "$status" = ok ]
+}
+
+# A size that is not run whole: cif2pdb for at most PROBE_SECONDS, for the memory it has taken
+# by then (the read and the expansion's arrays, most of what the whole run would need).
+run_memory_probe() {
+    local size=$1 atoms=$2 file=$3
+    local seconds=$((limit < PROBE_SECONDS ? limit : PROBE_SECONDS))
+    echo "== $size ($atoms atoms): cif2pdb for ${seconds} s, peak memory" >&2
+    read -r wall cpu peak status < <(timed "$out_dir/probe_$size.log" "$seconds" \
+        "$CIF2PDB" "$file" "$out_dir/probe_$size.pdb")
+    rm -f "$out_dir/probe_$size.pdb"
+    record "$size" "$atoms" probe "$wall" "$cpu" "$peak" "$status"
 }
 
 # Times the stages matching the filter (a regular expression on "stage/input"); stages left out
@@ -136,7 +149,7 @@ run_stages() {
     local size=$1 atoms=$2 file=$3 filter=$4 stage_tsv="$out_dir/stages_$1.tsv"
     echo "== $size ($atoms atoms): stages $filter" >&2
     rm -f "$stage_tsv" "$out_dir/anthracene_$size.stages.pdb"
-    read -r wall cpu peak status < <(timed "$out_dir/stages_$size.log" "$STAGE_BENCH" \
+    read -r wall cpu peak status < <(timed "$out_dir/stages_$size.log" "$limit" "$STAGE_BENCH" \
         --benchmark_color=false --benchmark_filter="$filter" --results="$stage_tsv" \
         --work_dir="$out_dir" "$file")
     [ "$status" = ok ] && status="not run"
@@ -177,6 +190,8 @@ for size in "${sizes[@]}"; do
     if [ $whole_open -eq 1 ]; then
         run_stages "$size" "$atoms" "$file" .
     else
+        awk -F'\t' -v s="$size" '$1 == s && $3 == "whole" && $7 == "timeout" { t = 1 } END { exit t }' \
+            "$RESULTS" && run_memory_probe "$size" "$atoms" "$file"
         run_stages "$size" "$atoms" "$file" "^read/"
     fi
 done
@@ -184,7 +199,8 @@ done
 print_table() {
     local columns="whole $STAGES"
     echo "Machine: $(nproc) cores, $(awk '/MemTotal/ { printf "%.0f GiB", $2 / 1048576 }' /proc/meminfo); time limit ${limit} s per run."
-    echo "whole = the cif2pdb executable: wall and CPU seconds, peak RSS. Stages: CPU seconds of one call"
+    echo "whole = the cif2pdb executable: wall and CPU seconds, peak RSS (for a size not run whole, the"
+    echo "peak of a run stopped after ${PROBE_SECONDS} s). Stages: CPU seconds of one call"
     echo "(wall times in results.tsv). The machine is shared, so wall times carry the load of others."
     echo
     printf '| size | atoms | molecules | whole wall | whole CPU | peak MB |'
@@ -200,8 +216,14 @@ print_table() {
         awk -F'\t' -v s="$size" -v stages="$columns" '
             $1 == s { wall[$3] = $4; cpu[$3] = $5; peak[$3] = $6; status[$3] = $7 }
             function cell(what, value) { return status[what] == "ok" ? value : status[what] }
+            function peak_cell() {
+                if (status["whole"] == "ok") return peak["whole"]
+                if (status["whole"] == "timeout") return ">=" peak["whole"] " at the limit"
+                if ("probe" in peak) return ">=" peak["probe"] " after " int(wall["probe"] + 0.5) " s"
+                return status["whole"]
+            }
             END {
-                printf " %s | %s | %s |", cell("whole", wall["whole"]), cell("whole", cpu["whole"]), cell("whole", peak["whole"])
+                printf " %s | %s | %s |", cell("whole", wall["whole"]), cell("whole", cpu["whole"]), peak_cell()
                 n = split(stages, list, " ")
                 for (i = 2; i <= n; ++i) printf " %s |", cell(list[i], status[list[i]] == "ok" ? sprintf("%.4f", cpu[list[i]]) : "")
                 printf "\n"
