@@ -2,10 +2,10 @@
 // writes the cell as one PDB model with one residue per molecule.
 #include <cstdio>
 
-#include "fatal.h"
 #include "fileio.h"
 #include "pdb_model.h"
 #include "pdb_record.h"
+#include "writer_support.h"
 
 namespace {
 
@@ -48,8 +48,8 @@ int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
     read_crystal_strcuture_files(verbose, write_side_files);
 
     if (bverbose_local) std::printf("Writing file \"%s\"... \n", output);
-    FILE* out = std::fopen(output, "w");
-    if (!out) FILEIO_FATAL(kStatusFailure, stderr, "Failed to open output file \"%s\"\n", output);
+    FILE* out =
+        fileio_detail::open_output_file(output, fileio_detail::OpenFailure::kQuotedOnStderr);
     write_header(out, *this);
     fileio_detail::write_pdb_molecule_atoms(out, nmols, mol_natoms, mol_atypes, mol_x);
     std::fprintf(out, "TER\nENDMDL\n");
