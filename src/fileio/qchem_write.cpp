@@ -47,6 +47,14 @@ int close_with_tail(FILE* out, const std::string& tail) {
     return std::fclose(out);
 }
 
+// A Q-Chem $molecule section: the charge and multiplicity line, then the atoms.
+void write_qchem_molecule(FILE* out, const char* charge_multiplicity, int n, const int* atypes,
+                          const double* x) {
+    std::fprintf(out, "$molecule\n%s\n", charge_multiplicity);
+    write_atom_lines(out, n, atypes, x);
+    std::fprintf(out, "$end\n\n");
+}
+
 // A Q-Chem $rem line: keyword left-aligned, value from column 17.
 void write_rem(FILE* out, const char* keyword, const char* value) {
     std::fprintf(out, "%-16s%s\n", keyword, value);
@@ -136,9 +144,7 @@ int FileIO::write_orca_mol_inp_RE(const char* path, int n, int* atypes, double* 
 int FileIO::write_qchem_mol_inp_HL(const char* path, int n, int* atypes, double* x, int, int,
                                    const char* method, const char* basis, std::string tail) {
     FILE* out = open_qchem_file(path);
-    std::fprintf(out, "$molecule\n0 1\n");
-    write_atom_lines(out, n, atypes, x);
-    std::fprintf(out, "$end\n\n");
+    write_qchem_molecule(out, "0 1", n, atypes, x);
     std::fprintf(out, "$rem\n");
     write_rem(out, "JOBTYPE", "SP");
     write_rem(out, "METHOD", method);
@@ -156,9 +162,7 @@ int FileIO::write_qchem_mol_inp_RE(const char* path, int n, int* atypes, double*
                                    const char* charge_multiplicity, const char* method,
                                    const char* basis, std::string tail) {
     FILE* out = open_qchem_file(path);
-    std::fprintf(out, "$molecule\n%s\n", charge_multiplicity);
-    write_atom_lines(out, n, atypes, x);
-    std::fprintf(out, "$end\n\n");
+    write_qchem_molecule(out, charge_multiplicity, n, atypes, x);
     std::fprintf(out, "$rem\n");
     write_rem(out, "JOBTYPE", "opt");
     write_rem(out, "METHOD", method);
