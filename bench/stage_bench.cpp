@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "fileio.h"
-#include "pdb_record.h"
+#include "pdb_model.h"
 #include "store_arrays.h"
 
 namespace {
@@ -34,8 +34,6 @@ using fileio_detail::new_store_array;
 
 constexpr int kSourceCif = 2;
 constexpr int kFractionalColumns = 3;
-constexpr int kMaxSerial = 99999;
-constexpr int kMaxNameCounter = 0xFF;
 
 std::string base_name(const std::string& path) {
     const std::string file = path.substr(path.find_last_of('/') + 1);
@@ -293,30 +291,14 @@ void pipeline_stage(benchmark::State& state, Crystal* crystal) {
     set_counters(state, s.natoms_cif, s.nmols);
 }
 
-// The records the conversion writes: title, remark, cell, model, the atoms molecule by
-// molecule, TER and ENDMDL.
+// The records the conversion writes, through the writer the conversion itself uses.
 void write_converted_pdb(const FileIO& s, const char* path) {
     FILE* out = std::fopen(path, "w");
     if (out == nullptr) {
         std::fprintf(stderr, "cif2pdb_stages: cannot create %s\n", path);
         std::exit(1);
     }
-    std::fprintf(out, "TITLE     %s\n", s.identifier.c_str());
-    std::fprintf(out, "REMARK    TESKA generated pdf file\n");
-    std::fprintf(out, "CRYST1%9.3f%9.3f%9.3f%7.2f%7.2f%7.2f P 1           1\n", s.cell_latt[0],
-                 s.cell_latt[1], s.cell_latt[2], s.cell_latt[3], s.cell_latt[4], s.cell_latt[5]);
-    std::fprintf(out, "MODEL        1\n");
-    int serial = 0;
-    for (int m = 0; m < s.nmols; ++m) {
-        int name_counter = 0;
-        for (int k = 0; k < s.mol_natoms[m]; ++k) {
-            serial = serial % kMaxSerial + 1;
-            name_counter = name_counter % kMaxNameCounter + 1;
-            fileio_detail::write_pdb_atom_record(out, serial, s.mol_atypes[m][k], name_counter,
-                                                 m + 1, &s.mol_x[m][3 * k]);
-        }
-    }
-    std::fprintf(out, "TER\nENDMDL\n");
+    fileio_detail::write_cell_model(out, s);
     std::fclose(out);
 }
 

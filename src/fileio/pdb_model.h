@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "fileio.h"
+
 namespace fileio_detail {
 
 // One ATOM record per atom, molecule by molecule, each molecule one residue numbered from 1.
@@ -11,6 +13,10 @@ namespace fileio_detail {
 // restarts for every molecule and cycles through 1..FF.
 void write_pdb_molecule_atoms(FILE* out, int nmols, const int* natoms, int* const* atypes,
                               double* const* x);
+
+// The whole converted cell as one PDB model: TITLE, REMARK, CRYST1 (P 1), MODEL, the atoms of
+// every molecule of the store, TER and ENDMDL.
+void write_cell_model(FILE* out, const FileIO& store);
 
 }  // namespace fileio_detail
 

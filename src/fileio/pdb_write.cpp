@@ -14,7 +14,7 @@ constexpr int kSourceCif = 2;
 constexpr int kMaxSerial = 99999;
 constexpr int kMaxNameCounter = 0xFF;
 
-void write_header(FILE* out, const FileIO& s) {
+void write_model_header(FILE* out, const FileIO& s) {
     std::fprintf(out, "TITLE     %s\n", s.identifier.c_str());
     std::fprintf(out, "REMARK    TESKA generated pdf file\n");
     std::fprintf(out, "CRYST1%9.3f%9.3f%9.3f%7.2f%7.2f%7.2f P 1           1\n", s.cell_latt[0],
@@ -39,6 +39,12 @@ void write_pdb_molecule_atoms(FILE* out, int nmols, const int* natoms, int* cons
     }
 }
 
+void write_cell_model(FILE* out, const FileIO& store) {
+    write_model_header(out, store);
+    write_pdb_molecule_atoms(out, store.nmols, store.mol_natoms, store.mol_atypes, store.mol_x);
+    std::fprintf(out, "TER\nENDMDL\n");
+}
+
 }  // namespace fileio_detail
 
 int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
@@ -50,8 +56,6 @@ int FileIO::write_cif2pdb(const char* input, const char* output, bool verbose,
     if (bverbose_local) std::printf("Writing file \"%s\"... \n", output);
     FILE* out =
         fileio_detail::open_output_file(output, fileio_detail::OpenFailure::kQuotedOnStderr);
-    write_header(out, *this);
-    fileio_detail::write_pdb_molecule_atoms(out, nmols, mol_natoms, mol_atypes, mol_x);
-    std::fprintf(out, "TER\nENDMDL\n");
+    fileio_detail::write_cell_model(out, *this);
     return std::fclose(out);
 }
