@@ -11,7 +11,8 @@ namespace {
 
 constexpr const char* kVersion = "1.0.0";
 constexpr const char* kCredit = "Crystal cells to whole-molecule PDB files by the TESKA team";
-constexpr const char* kStars = "*******************************************************************";
+constexpr const char* kStars =
+    "*******************************************************************";
 
 void print_framed_line(const char* text) {
     std::printf("%s\n", text);
@@ -21,8 +22,8 @@ void print_framed_line(const char* text) {
 void print_title() {
     char line[128];
     print_framed_line(kStars);
-    std::snprintf(line, sizeof line, "*   TESKA Transport Calculation Utility, Version %-13.13s    *",
-                  kVersion);
+    std::snprintf(line, sizeof line,
+                  "*   TESKA Transport Calculation Utility, Version %-13.13s    *", kVersion);
     print_framed_line(line);
     std::snprintf(line, sizeof line, "*   %-59.59s   *", kCredit);
     print_framed_line(line);

@@ -161,8 +161,8 @@ class FileIO {
     // ===== Molecule building (bonds.cpp, separation.cpp, whole_molecule.cpp, pipeline.cpp) =====
     void find_bond_atom(int natoms, int* flags, int nlist, int* list, int* first, int* second,
                         double* distance);
-    void find_bond_atom_cart(int natoms, int* flags, int nlist, int* list, int* first,
-                             int* second, double* distance);
+    void find_bond_atom_cart(int natoms, int* flags, int nlist, int* list, int* first, int* second,
+                             double* distance);
     void find_bond_atom_one(int natoms, double* x_s, double* radius, int* flags, int nlist,
                             int* list, int* first, int* second, double* distance);
     void separate_cif_molecules(bool verbose);
@@ -178,10 +178,11 @@ class FileIO {
     int write_cif2xyz(const char* input, const char* prefix, bool verbose, bool write_side_files);
     int write_cif2gjf(const char* input, const char* prefix, bool verbose, bool write_side_files,
                       int value1, int value2, const char* text);
-    int write_cif_expand(const char* input, const char* output, bool verbose,
-                         bool write_side_files, int na, int nb, int nc, bool also_pdb);
+    int write_cif_expand(const char* input, const char* output, bool verbose, bool write_side_files,
+                         int na, int nb, int nc, bool also_pdb);
 
-    // ===== Structure file writers (xyz_mol_write.cpp, cif_write.cpp, supercell_pdb_write.cpp) =====
+    // ===== Structure file writers (xyz_mol_write.cpp, cif_write.cpp, supercell_pdb_write.cpp)
+    // =====
     int write_data_xyz(const char* path);
     int write_data_xyz(const char* path, int n, int* atypes, double* x);
     int write_data_mol(const char* path);

@@ -13,6 +13,7 @@
 constexpr int kStatusFailure = -1;
 constexpr int kStatusFormat = 1;
 
-#define FILEIO_FATAL(status, stream, ...) report_fatal("fileio", __LINE__, status, stream, __VA_ARGS__)
+#define FILEIO_FATAL(status, stream, ...) \
+    report_fatal("fileio", __LINE__, status, stream, __VA_ARGS__)
 
 #endif  // CIF2PDB_FATAL_H

@@ -55,9 +55,9 @@ void FileIO::cell_cell6_to_latt3x3(double* cell6, double latt[3][3]) {
     latt[1][2] = c * (cos_alpha - cos_beta * cos_gamma) / sin_gamma;
     latt[2][0] = 0.0;
     latt[2][1] = 0.0;
-    latt[2][2] = (c / sin_gamma) * std::sqrt(1.0 - cos_alpha * cos_alpha - cos_beta * cos_beta -
-                                             cos_gamma * cos_gamma +
-                                             2.0 * cos_alpha * cos_beta * cos_gamma);
+    latt[2][2] =
+        (c / sin_gamma) * std::sqrt(1.0 - cos_alpha * cos_alpha - cos_beta * cos_beta -
+                                    cos_gamma * cos_gamma + 2.0 * cos_alpha * cos_beta * cos_gamma);
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) cell_latt3x3[i][j] = latt[i][j];
     gauss_jordan_inverse(cell_latt3x3, cell_latt3x3_inv);

@@ -6,6 +6,7 @@
 #include "element_rows.h"
 #include "fileio.h"
 
+// clang-format off
 const ElementRecord Elements_m[kElementRows] = {
     {"  ", 0, 180, 360, 12, ""},  // 0
     {"H ", 1.00794, 80, 275, 4, "HYDROGEN"},  // 1
@@ -130,14 +131,16 @@ const double nw_elem_radius_m[kBondingRadiusEntries] = {
     1.43, 1.42, 1.4, 1.39, 1.38, 1.37, 1.36, 1.34,
     1.3, 1.3,
 };
+// clang-format on
 
 namespace fileio_detail {
 
 int element_row_from_symbol(const std::string& text) {
     if (text.empty()) return -1;
     const char first = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
-    const char second =
-        text.size() == 1 ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(text[1])));
+    const char second = text.size() == 1
+                            ? ' '
+                            : static_cast<char>(std::tolower(static_cast<unsigned char>(text[1])));
     for (int row = 0; row < kElementRows; ++row) {
         if (Elements_m[row].symbol[0] == first && Elements_m[row].symbol[1] == second) return row;
     }
