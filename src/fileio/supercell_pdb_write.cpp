@@ -46,11 +46,9 @@ int FileIO::write_supercell_pdb(const char* path, int nmol, int* natoms, int** a
         na, nb, nc, nmol, natoms, [&](int) { residue.next(); },
         [&](const int cell[3], int m, int atom) {
             const double* f = x[m] + 3 * atom;
-            const double g[3] = {cell[0] + f[0], cell[1] + f[1], cell[2] + f[2]};
+            double g[3] = {cell[0] + f[0], cell[1] + f[1], cell[2] + f[2]};
             double r[3];
-            for (int row = 0; row < 3; ++row)
-                r[row] = cell_latt3x3[row][0] * g[0] + cell_latt3x3[row][1] * g[1] +
-                         cell_latt3x3[row][2] * g[2];
+            coord_f2c(g, r);
             fileio_detail::write_pdb_atom_record(out, serial.next(), atypes[m][atom],
                                                  name_counter.next(), residue.value(), r);
         });
