@@ -60,6 +60,13 @@ void write_rem(FILE* out, const char* keyword, const char* value) {
     std::fprintf(out, "%-16s%s\n", keyword, value);
 }
 
+// Every Q-Chem job runs without symmetry; this closes its $rem section.
+void end_rem_section(FILE* out) {
+    write_rem(out, "symmetry", "off");
+    write_rem(out, "sym_ignore", "true");
+    std::fprintf(out, "$end\n\n");
+}
+
 }  // namespace
 
 int FileIO::write_data_gjf_one(const char* path, int n, int* atypes, double* x, int nprocs,
@@ -151,9 +158,7 @@ int FileIO::write_qchem_mol_inp_HL(const char* path, int n, int* atypes, double*
     write_rem(out, "BASIS", basis);
     write_rem(out, "EXCHANGE", "wb97x");
     write_rem(out, "gui", "2");
-    write_rem(out, "symmetry", "off");
-    write_rem(out, "sym_ignore", "true");
-    std::fprintf(out, "$end\n\n");
+    end_rem_section(out);
     return close_with_tail(out, tail);
 }
 
@@ -167,9 +172,7 @@ int FileIO::write_qchem_mol_inp_RE(const char* path, int n, int* atypes, double*
     write_rem(out, "JOBTYPE", "opt");
     write_rem(out, "METHOD", method);
     write_rem(out, "BASIS", basis);
-    write_rem(out, "symmetry", "off");
-    write_rem(out, "sym_ignore", "true");
-    std::fprintf(out, "$end\n\n");
+    end_rem_section(out);
     std::fprintf(out, "@@@\n\n");
     std::fprintf(out, "$molecule\n  read\n$end\n\n");
     std::fprintf(out, "$rem\n");
@@ -178,8 +181,6 @@ int FileIO::write_qchem_mol_inp_RE(const char* path, int n, int* atypes, double*
     write_rem(out, "BASIS", basis);
     write_rem(out, "iprint", "10000000");
     write_rem(out, "gui", "2");
-    write_rem(out, "symmetry", "off");
-    write_rem(out, "sym_ignore", "true");
-    std::fprintf(out, "$end\n\n");
+    end_rem_section(out);
     return close_with_tail(out, tail);
 }
