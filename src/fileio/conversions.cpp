@@ -6,6 +6,7 @@
 
 #include "fileio.h"
 #include "mmutil.h"
+#include "writer_support.h"
 
 namespace {
 
@@ -16,14 +17,6 @@ void read_crystal_molecules(FileIO& store, const char* input, bool verbose, bool
     store.read_crystal_strcuture_files(verbose, write_side_files);
 }
 
-// "<prefix><separator><number, at least two digits><extension>", numbers counted from 1.
-std::string molecule_file_name(const char* prefix, char separator, int number,
-                               const char* extension) {
-    char digits[16];
-    std::snprintf(digits, sizeof digits, "%02d", number);
-    return prefix + std::string(1, separator) + digits + extension;
-}
-
 // Writes every molecule of the store to its own file, announcing each name; the result is
 // that of the last write (0 when there is no molecule).
 template <typename WriteMolecule>
@@ -31,7 +24,8 @@ int write_each_molecule(const FileIO& store, const char* prefix, char separator,
                         const char* extension, WriteMolecule write_molecule) {
     int result = 0;
     for (int i = 0; i < store.nmols; ++i) {
-        const std::string name = molecule_file_name(prefix, separator, i + 1, extension);
+        const std::string name =
+            fileio_detail::molecule_file_name(prefix, separator, i + 1, extension);
         std::printf("  %s\n", name.c_str());
         result = write_molecule(name.c_str(), i);
     }

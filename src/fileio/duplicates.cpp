@@ -9,6 +9,7 @@
 #include "fatal.h"
 #include "fileio.h"
 #include "mmutil.h"
+#include "writer_support.h"
 
 namespace {
 
@@ -68,12 +69,6 @@ void check_unitcell_same_mols(int nmols, DuplicateMarks marks, bool data_present
 
 std::string path_in(const std::string& dir, const std::string& name) { return dir + "/" + name; }
 
-std::string numbered_mol_name(const char* prefix, int k) {
-    char number[16];
-    std::snprintf(number, sizeof number, "%02d", k);
-    return std::string(prefix) + "-" + number + ".mol";
-}
-
 }  // namespace
 
 bool FileIO::RE_mols_if_the_same(int i, int j) {
@@ -115,7 +110,7 @@ int FileIO::write_mol_files() {
 int FileIO::write_mol_files(const char* prefix) {
     int result = 0;
     for (int k = 1; k <= nmols; ++k)
-        result = write_data_mol(numbered_mol_name(prefix, k).c_str(), mol_natoms[k - 1],
-                                mol_atypes[k - 1], mol_x[k - 1]);
+        result = write_data_mol(fileio_detail::molecule_file_name(prefix, '-', k, ".mol").c_str(),
+                                mol_natoms[k - 1], mol_atypes[k - 1], mol_x[k - 1]);
     return result;
 }

@@ -4,6 +4,7 @@
 #define CIF2PDB_WRITER_SUPPORT_H
 
 #include <cstdio>
+#include <string>
 
 #include "fatal.h"
 
@@ -34,6 +35,15 @@ inline FILE* open_output_file(const char* path, OpenFailure failure) {
             break;
     }
     FILEIO_FATAL(kStatusFailure, stdout, "Failed to open output file %s\n", path);
+}
+
+// "<prefix><separator><number, at least two digits><extension>": the name of one molecule's
+// file, molecules counted from 1.
+inline std::string molecule_file_name(const char* prefix, char separator, int number,
+                                      const char* extension) {
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "%02d", number);
+    return prefix + std::string(1, separator) + digits + extension;
 }
 
 // Walks an na x nb x nc supercell: cells with c outermost and a innermost, in each cell the
