@@ -1,0 +1,77 @@
+// The database reader: reads real-world CIF files (any CIF 1.1 layout, the usual breakages of
+// database files) into the structure store, with whole molecules, one entry per molecule.
+// Independent of the line reader behind cif2pdb; errors are raised, never fatal.
+#ifndef TESKA_DATABASE_H
+#define TESKA_DATABASE_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+class FileIO;
+
+namespace teska {
+
+// An error with the place it was found: "FILE:LINE:COLUMN: message" when line and column are
+// known, "FILE:LINE: message" with a line only, "FILE: message" otherwise.
+class Error : public std::runtime_error {
+   public:
+    Error(std::string file, int line, int column, const std::string& message);
+    const std::string& file() const { return file_; }
+    int line() const { return line_; }      // 0 when unknown
+    int column() const { return column_; }  // 0 when unknown
+    const std::string& message() const { return message_; }
+
+   private:
+    std::string file_;
+    int line_;
+    int column_;
+    std::string message_;
+};
+
+enum class DisorderMode {
+    kMajor,  // atoms outside disorder groups and, per assembly, the group of highest occupancy
+    kAll,    // every site
+    kGroup,  // atoms outside disorder groups and the group named in ReadOptions::disorder_group
+};
+
+struct ReadOptions {
+    std::string block;  // data block name; empty: the first block with atom sites
+    DisorderMode disorder = DisorderMode::kMajor;
+    std::string disorder_group;  // with DisorderMode::kGroup
+    double bond_scale = 1.15;
+};
+
+// What was read beside the store's contents.
+struct CrystalInfo {
+    std::string file;
+    std::string block;
+    std::string spacegroup;       // H-M name as used, or as given
+    std::string symmetry_source;  // "loop", "Hall", "H-M", "number" or "none"
+    // The file's symmetry operations as fractional affine maps, row-major 3x4 [R | t].
+    std::vector<std::vector<double>> operations;
+    int atoms = 0;      // atoms in the cell
+    int molecules = 0;  // entries of the store's molecule arrays
+    // Per molecule: 1 when it is bonded to its own periodic image (kept as one residue, not whole).
+    std::vector<char> periodic;
+    std::vector<std::string> formulas;  // per molecule, Hill order ("C14H10")
+    int disorder_left_out = 0;          // sites left out by the disorder choice
+    std::vector<std::string> warnings;  // formatted like Error::what()
+};
+
+// Reads one data block of a CIF file into the store: the cell (cell_latt, cell_latt3x3 and
+// its inverse), the atoms of the full cell (natoms_cif, cif_atypes, cif_x_s, cif_x), the
+// molecule lists (mol_natoms_list, mol_atom_list) and the per-molecule arrays with whole
+// molecules and each centre of mass in the cell, as read_crystal_strcuture_files leaves them,
+// so that every writer of the store works on the result. Throws teska::Error.
+CrystalInfo read_database_cif(FileIO& store, const std::string& path,
+                              const ReadOptions& options = {});
+// The same from text in memory; name stands for the file in messages.
+CrystalInfo read_database_cif_text(FileIO& store, const std::string& text,
+                                   const std::string& name, const ReadOptions& options = {});
+// Names of the data blocks that hold atom sites, in file order. Throws teska::Error.
+std::vector<std::string> database_blocks_with_atoms(const std::string& path);
+
+}  // namespace teska
+
+#endif  // TESKA_DATABASE_H
