@@ -26,11 +26,26 @@ double fold_displacement(double f) {
     return f;
 }
 
+BondRule store_bond_rule(const FileIO& store, ImageRule image) {
+    BondRule rule{};
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) rule.latt[r][c] = store.cell_latt3x3[r][c];
+    rule.bond_scale = store.bond_scale;
+    rule.image = image;
+    return rule;
+}
+
+bool coordinates_indexable(const double* x, long long count) {
+    // Beyond 2^20 cells the rounding of a difference could exceed the index's margins.
+    constexpr double kIndexableMagnitude = 1048576.0;
+    for (long long i = 0; i < count; ++i)
+        if (!(std::fabs(x[i]) <= kIndexableMagnitude)) return false;  // also NaN
+    return true;
+}
+
 }  // namespace fileio_detail
 
 namespace {
-
-using fileio_detail::fold_displacement;
 
 constexpr double kNoDistance = 9999.99;
 
@@ -63,19 +78,14 @@ void search_bonded_candidate(int natoms, const int* flags, int nlist, const int*
     }
 }
 
-double length(const double v[3]) { return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]); }
-
 }  // namespace
 
 void FileIO::find_bond_atom(int natoms, int* flags, int nlist, int* list, int* first, int* second,
                             double* distance) {
     const auto bonded_nearest_image = [this](int i, int j, double* d) {
-        double f[3], r[3];
-        for (int k = 0; k < 3; ++k)
-            f[k] = fold_displacement(cif_x_s[3 * j + k] - cif_x_s[3 * i + k]);
-        coord_f2c(f, r);
-        *d = length(r);
-        return (cif_radius[i] + cif_radius[j]) * bond_scale > *d;
+        const double limit = (cif_radius[i] + cif_radius[j]) * bond_scale;
+        return fileio_detail::bonded_folded(cell_latt3x3, limit, &cif_x_s[3 * i], &cif_x_s[3 * j],
+                                            d);
     };
     search_bonded_candidate(natoms, flags, nlist, list, first, second, distance,
                             bonded_nearest_image);
@@ -84,9 +94,7 @@ void FileIO::find_bond_atom(int natoms, int* flags, int nlist, int* list, int* f
 void FileIO::find_bond_atom_cart(int natoms, int* flags, int nlist, int* list, int* first,
                                  int* second, double* distance) {
     const auto bonded_as_placed = [this](int i, int j, double* d) {
-        double r[3];
-        for (int k = 0; k < 3; ++k) r[k] = cif_x[3 * j + k] - cif_x[3 * i + k];
-        *d = length(r);
+        *d = fileio_detail::cartesian_distance(&cif_x[3 * i], &cif_x[3 * j]);
         return (cif_radius[i] + cif_radius[j]) * bond_scale > *d;
     };
     search_bonded_candidate(natoms, flags, nlist, list, first, second, distance, bonded_as_placed);
@@ -96,19 +104,15 @@ void FileIO::find_bond_atom_cart(int natoms, int* flags, int nlist, int* list, i
 // to the image next to its partner.
 void FileIO::find_bond_atom_one(int natoms, double* x_s, double* radius, int* flags, int nlist,
                                 int* list, int* first, int* second, double* distance) {
+    using fileio_detail::PairBond;
     const auto bonded_moving_candidate = [&](int i, int j, double* d) {
         const double limit = (radius[i] + radius[j]) * bond_scale;
-        double f[3], r[3];
-        for (int k = 0; k < 3; ++k) f[k] = x_s[3 * j + k] - x_s[3 * i + k];
-        coord_f2c(f, r);
-        *d = length(r);
-        if (limit > *d) return true;
-        for (int k = 0; k < 3; ++k) f[k] = fold_displacement(f[k]);
-        coord_f2c(f, r);
-        *d = length(r);
-        if (!(limit > *d)) return false;
-        for (int k = 0; k < 3; ++k) x_s[3 * i + k] = x_s[3 * j + k] - f[k];
-        return true;
+        double f[3];
+        const PairBond bond = fileio_detail::bonded_direct_then_folded(cell_latt3x3, limit,
+                                                                       &x_s[3 * i], &x_s[3 * j], d, f);
+        if (bond == PairBond::kFolded)
+            for (int k = 0; k < 3; ++k) x_s[3 * i + k] = x_s[3 * j + k] - f[k];
+        return bond != PairBond::kNone;
     };
     search_bonded_candidate(natoms, flags, nlist, list, first, second, distance,
                             bonded_moving_candidate);

@@ -3,12 +3,15 @@
 // images that fall onto an earlier one removed (the earlier image always stays).
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <iomanip>
 #include <iostream>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "cell_bins.h"
+#include "expand_overlap.h"
 #include "fatal.h"
 #include "fileio.h"
 #include "store_arrays.h"
@@ -51,28 +54,6 @@ void copy_atom(const AtomArrays& from, long long i, const AtomArrays& to, long l
     }
 }
 
-// Marks each image that lies within 0.001 (fractional units, no cell metric) of an earlier
-// image that is kept; the difference is taken to the nearest image with one shift per axis.
-std::vector<char> mark_overlapping_images(FileIO& store, const double* x, long long count,
-                                          long long* overlaps) {
-    std::vector<char> removed(static_cast<std::size_t>(count), 0);
-    *overlaps = 0;
-    for (long long i = 0; i < count; ++i) {
-        if (removed[i]) continue;
-        for (long long j = i + 1; j < count; ++j) {
-            if (removed[j]) continue;
-            double d[3];
-            for (int c = 0; c < 3; ++c) d[c] = x[3 * j + c] - x[3 * i + c];
-            store.PBC_scaled_disp_wrap(d);
-            if (d[0] * d[0] + d[1] * d[1] + d[2] * d[2] < 1e-06) {
-                removed[j] = 1;
-                ++*overlaps;
-            }
-        }
-    }
-    return removed;
-}
-
 void print_operation(const std::string& op, const double rot[3][3], const double trans[3]) {
     std::cout << ">> operations: " << op << "\n"
               << "matrix:\n";
@@ -107,7 +88,89 @@ void generate_images(FileIO& store, long long n, const double* source, const Ato
     }
 }
 
+// The literal test of one pair: the difference of the later image j minus the earlier i,
+// taken to the nearest image with one shift per axis, squared length below 1e-06.
+bool images_overlap(FileIO& store, const double* x, long long i, long long j) {
+    double d[3];
+    for (int c = 0; c < 3; ++c) d[c] = x[3 * j + c] - x[3 * i + c];
+    store.PBC_scaled_disp_wrap(d);
+    return d[0] * d[0] + d[1] * d[1] + d[2] * d[2] < 1e-06;
+}
+
+// Each coordinate of an overlapping pair is within 0.001 of the other's, modulo 1.
+constexpr double kOverlapReach = 0.001;
+// Beyond this a difference is rounded more coarsely than the cell list's margin.
+constexpr double kBinnedMagnitude = 1048576.0;
+
+enum class ImageKind : char { kBinned, kLarge, kNotFinite };
+
+ImageKind image_kind(const double* p) {
+    ImageKind kind = ImageKind::kBinned;
+    for (int c = 0; c < 3; ++c) {
+        if (!std::isfinite(p[c])) return ImageKind::kNotFinite;
+        if (std::fabs(p[c]) > kBinnedMagnitude) kind = ImageKind::kLarge;
+    }
+    return kind;
+}
+
 }  // namespace
+
+namespace fileio_detail {
+
+std::vector<char> mark_overlapping_images_literal(FileIO& store, const double* x,
+                                                  long long count, long long* overlaps) {
+    std::vector<char> removed(static_cast<std::size_t>(count), 0);
+    *overlaps = 0;
+    for (long long i = 0; i < count; ++i) {
+        if (removed[i]) continue;
+        for (long long j = i + 1; j < count; ++j) {
+            if (removed[j] || !images_overlap(store, x, i, j)) continue;
+            removed[j] = 1;
+            ++*overlaps;
+        }
+    }
+    return removed;
+}
+
+// A coordinate that is not finite never passes the test, so such images are neither compared
+// nor removed. Very large coordinates are compared with every later image.
+std::vector<char> mark_overlapping_images(FileIO& store, const double* x, long long count,
+                                          long long* overlaps) {
+    std::vector<char> removed(static_cast<std::size_t>(count), 0);
+    *overlaps = 0;
+    if (count < 2) return removed;
+    std::vector<ImageKind> kind(static_cast<std::size_t>(count));
+    std::vector<int> binned, large;
+    for (long long i = 0; i < count; ++i) {
+        kind[i] = image_kind(x + 3 * i);
+        if (kind[i] == ImageKind::kBinned) binned.push_back(static_cast<int>(i));
+        if (kind[i] == ImageKind::kLarge) large.push_back(static_cast<int>(i));
+    }
+    const double reach[3] = {kOverlapReach, kOverlapReach, kOverlapReach};
+    const CellBins bins(x, binned, reach, true);
+
+    const auto compare = [&](long long i, long long j) {
+        if (j <= i || removed[j] || kind[j] == ImageKind::kNotFinite) return;
+        if (!images_overlap(store, x, i, j)) return;
+        removed[j] = 1;
+        ++*overlaps;
+    };
+    for (long long i = 0; i < count; ++i) {
+        if (removed[i] || kind[i] == ImageKind::kNotFinite) continue;
+        if (kind[i] == ImageKind::kLarge) {
+            for (long long j = i + 1; j < count; ++j) compare(i, j);
+            continue;
+        }
+        bins.for_each_near(x + 3 * i, [&](int j) {
+            compare(i, j);
+            return true;
+        });
+        for (int j : large) compare(i, j);
+    }
+    return removed;
+}
+
+}  // namespace fileio_detail
 
 void FileIO::make_spacegroup_P1(int fractional) {
     const long long n = std::max(natoms_cif, 0);
@@ -126,7 +189,8 @@ void FileIO::make_spacegroup_P1(int fractional) {
     generate_images(*this, n, source, images, target);
 
     long long overlaps = 0;
-    const std::vector<char> removed = mark_overlapping_images(*this, target, total, &overlaps);
+    const std::vector<char> removed =
+        fileio_detail::mark_overlapping_images(*this, target, total, &overlaps);
     release_atom_arrays(old_atoms);
     AtomArrays kept = images;
     if (overlaps > 0) {

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <vector>
 
+#include "bond_search.h"
 #include "fileio.h"
 
 namespace {
@@ -11,7 +12,7 @@ namespace {
 using BondSearch = void (FileIO::*)(int, int*, int, int*, int*, int*, double*);
 
 // Appends each molecule's size to mol_natoms_list and its atoms, in joining order, to
-// mol_atom_list.
+// mol_atom_list: one search call per atom added.
 void grow_molecules(FileIO& store, BondSearch search) {
     const int natoms = store.natoms_cif;
     if (natoms < 1) return;
@@ -37,6 +38,28 @@ void grow_molecules(FileIO& store, BondSearch search) {
     }
 }
 
+// The same molecules and order through the index.
+void grow_molecules_indexed(FileIO& store, bool periodic) {
+    using fileio_detail::ImageRule;
+    const fileio_detail::BondRule rule = fileio_detail::store_bond_rule(
+        store, periodic ? ImageRule::kFolded : ImageRule::kCartesian);
+    fileio_detail::grow_components(rule, store.natoms_cif, periodic ? store.cif_x_s : store.cif_x,
+                                   store.cif_radius, &store.mol_natoms_list,
+                                   &store.mol_atom_list);
+}
+
+// Coordinates the index cannot take (not finite, or too large to fold exactly) go the literal
+// way, which also reports a coordinate too large to fold when a pair with it is examined.
+void separate(FileIO& store, bool periodic) {
+    const int natoms = store.natoms_cif;
+    if (natoms < 1) return;
+    const double* x = periodic ? store.cif_x_s : store.cif_x;
+    if (!fileio_detail::coordinates_indexable(x, 3LL * natoms))
+        fileio_detail::separate_molecules_literal(store, periodic);
+    else
+        grow_molecules_indexed(store, periodic);
+}
+
 void report_molecules(const FileIO& store, const char* count_label, const char* sizes_label) {
     std::cout << count_label << store.mol_natoms_list.size() << "\n" << sizes_label;
     for (int size : store.mol_natoms_list) std::cout << " " << size;
@@ -45,12 +68,20 @@ void report_molecules(const FileIO& store, const char* count_label, const char* 
 
 }  // namespace
 
+namespace fileio_detail {
+
+void separate_molecules_literal(FileIO& store, bool periodic) {
+    grow_molecules(store, periodic ? &FileIO::find_bond_atom : &FileIO::find_bond_atom_cart);
+}
+
+}  // namespace fileio_detail
+
 void FileIO::separate_cif_molecules(bool verbose) {
-    grow_molecules(*this, &FileIO::find_bond_atom);
+    separate(*this, true);
     if (verbose) report_molecules(*this, "  Unit cell nmols  = ", "  Unit cell natoms =");
 }
 
 void FileIO::separate_gjf_molecules(bool verbose) {
-    grow_molecules(*this, &FileIO::find_bond_atom_cart);
+    separate(*this, false);
     if (verbose) report_molecules(*this, "Mol separated: nmols  = ", "Mol separated: natoms =");
 }

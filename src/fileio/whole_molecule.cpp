@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "bond_search.h"
 #include "element_rows.h"
 #include "fatal.h"
 #include "fileio.h"
@@ -20,27 +21,23 @@ double covalent_radius_angstrom(int row) {
     return fileio_detail::element_record_or_dummy(row).covalent_radius / 250.0;
 }
 
-// Places the atoms one at a time, each the lowest-numbered unplaced atom bonded to any placed
-// one; the search moves it next to its partner when the bond runs across a cell face.
-// Returns how many atoms were placed.
-int grow_bonded_piece(FileIO& store, int natoms, const int* atypes, double* x_s) {
-    std::vector<int> flags(natoms, 1);
-    std::vector<int> list(natoms, 0);
+std::vector<double> covalent_radii(int natoms, const int* atypes) {
     std::vector<double> radius(natoms);
     for (int k = 0; k < natoms; ++k) radius[k] = covalent_radius_angstrom(atypes[k]);
+    return radius;
+}
 
-    int placed = 0;
-    for (int k = 0; k < natoms; ++k) {
-        int first = -1, second = -1;
-        double distance = 0.0;
-        store.find_bond_atom_one(natoms, x_s, radius.data(), flags.data(), k, list.data(), &first,
-                                 &second, &distance);
-        if (first < 0) break;
-        flags[first] = 0;
-        list[k] = first;
-        ++placed;
-    }
-    return placed;
+// Places the atoms one at a time, each the lowest-numbered unplaced atom bonded to any placed
+// one, moved next to its earliest-placed partner when the bond runs across a cell face.
+// Returns how many atoms were placed.
+int grow_bonded_piece(FileIO& store, int natoms, const int* atypes, double* x_s) {
+    std::vector<double> radius = covalent_radii(natoms, atypes);
+    if (!fileio_detail::coordinates_indexable(x_s, 3LL * natoms))
+        return fileio_detail::grow_whole_piece_literal(store, natoms, x_s, radius.data());
+    const fileio_detail::BondRule rule =
+        fileio_detail::store_bond_rule(store, fileio_detail::ImageRule::kDirectThenFolded);
+    std::vector<int> order;
+    return fileio_detail::grow_first_component(rule, natoms, x_s, radius.data(), &order);
 }
 
 // Mass-weighted centre in fractional coordinates. When no atom has a mass (every element
@@ -83,6 +80,27 @@ bool wrap_into_cell(int natoms, double* x_s, const double com[3]) {
 }
 
 }  // namespace
+
+namespace fileio_detail {
+
+int grow_whole_piece_literal(FileIO& store, int natoms, double* x_s, double* radius) {
+    std::vector<int> flags(natoms, 1);
+    std::vector<int> list(natoms, 0);
+    int placed = 0;
+    for (int k = 0; k < natoms; ++k) {
+        int first = -1, second = -1;
+        double distance = 0.0;
+        store.find_bond_atom_one(natoms, x_s, radius, flags.data(), k, list.data(), &first,
+                                 &second, &distance);
+        if (first < 0) break;
+        flags[first] = 0;
+        list[k] = first;
+        ++placed;
+    }
+    return placed;
+}
+
+}  // namespace fileio_detail
 
 void FileIO::make_whole_molecule(int imol, int natoms, int* atypes, double* x_s, bool verbose) {
     if (natoms < 1) return;

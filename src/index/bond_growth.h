@@ -15,7 +15,8 @@ enum class ImageRule {
     kDirectThenFolded,  // as placed first, then folded; a candidate bonded only through the
                         // fold moves next to its partner
     kMinimumImage,      // the shortest Cartesian image (folded, then the 26 neighbouring
-                        // translations); the candidate moves next to its partner
+                        // translations); the candidate moves by that lattice translation
+    kCartesian,         // no periodicity: positions are Cartesian and latt is not used
 };
 
 // The bond test: (r_i + r_j) * bond_scale > |latt * displacement|, strictly.
