@@ -294,3 +294,33 @@ TEST(IndexExactness, MoleculesAndWholeMoleculesEqualTheLiteralSearches) {
 }
 
 }  // namespace
+
+namespace {
+
+// The database reader's rule: the shortest image, atoms moved by whole lattice translations,
+// and components bonded to their own image reported.
+TEST(MinimumImageGrowth, JoinsAcrossFacesAndFindsChainsBondedToTheirOwnImage) {
+    fileio_detail::BondRule rule{};
+    FileIO store;
+    double cell[6] = {10.0, 10.0, 10.0, 90.0, 90.0, 90.0};
+    store.cell_cell6_to_latt3x3(cell, rule.latt);
+    rule.bond_scale = 1.15;
+    rule.image = ImageRule::kMinimumImage;
+    // A C-C pair across the x face, a lone O far away, and seven C spaced 10/7 angstrom along
+    // y, the last bonded to the first's image.
+    std::vector<double> x = {0.95, 0.5, 0.5, 0.4, 0.1, 0.9, 0.02, 0.5, 0.5};
+    for (int k = 0; k < 7; ++k) x.insert(x.end(), {0.3, k / 7.0, 0.2});
+    std::vector<double> radius(10, nw_elem_radius_m[6]);
+    radius[1] = nw_elem_radius_m[8];
+
+    std::vector<int> sizes, order;
+    fileio_detail::grow_components(rule, 10, x.data(), radius.data(), &sizes, &order);
+    EXPECT_EQ(sizes, (std::vector<int>{2, 1, 7}));
+    EXPECT_EQ(order, (std::vector<int>{0, 2, 1, 3, 4, 5, 6, 7, 8, 9}));
+    EXPECT_EQ(x[6], 1.02);  // moved next to atom 0 by one cell, not by a fold
+    EXPECT_EQ(fileio_detail::components_bonded_to_own_image(rule, 10, x.data(), radius.data(),
+                                                            sizes, order),
+              (std::vector<char>{0, 0, 1}));
+}
+
+}  // namespace
