@@ -6,7 +6,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cif_reader.h"
@@ -14,11 +16,11 @@
 #include "fatal.h"
 #include "fileio.h"
 #include "mmutil.h"
+#include "number_text.h"
 #include "store_arrays.h"
 
 namespace {
 
-constexpr const char* kRowDelimiters = " \t\n\r";
 constexpr std::size_t kMinimumRowTokens = 5;
 constexpr double kUnknownElementRadius = 9999.99;
 
@@ -36,53 +38,94 @@ std::FILE* open_crystal_file(const char* filename) {
     return file;
 }
 
-// The whole file as lines, newlines removed and nothing else changed (a CR stays).
-std::vector<std::string> slurp_lines(std::FILE* file) {
-    std::string text;
-    char buffer[65536];
-    std::size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, count);
+// The whole file as one text. A regular file is read in one piece into a buffer of its size;
+// a stream of unknown size grows the buffer as it comes.
+std::string slurp_text(std::FILE* file) {
+    constexpr std::size_t kFirstChunk = 65536;
+    struct stat info;
+    std::size_t capacity = kFirstChunk;
+    if (fstat(fileno(file), &info) == 0 && info.st_size > 0)
+        capacity = static_cast<std::size_t>(info.st_size) + 1;  // + 1 to see the end at once
+    std::string text(capacity, '\0');
+    std::size_t used = 0;
+    for (;;) {
+        if (used == text.size()) text.resize(2 * text.size());
+        const std::size_t count = std::fread(&text[used], 1, text.size() - used, file);
+        if (count == 0) break;
+        used += count;
+    }
     std::fclose(file);
+    text.resize(used);
+    return text;
+}
 
-    std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        lines.push_back(text.substr(start, end - start));
-        start = end + 1;
+// The lines of a text, newlines removed and nothing else changed (a CR stays); a final newline
+// ends the last line without opening another.
+std::vector<std::string_view> split_lines(const std::string& text) {
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    std::size_t count = 0;
+    for (const char* p = begin; (p = static_cast<const char*>(std::memchr(p, '\n', end - p))); ++p)
+        ++count;
+    std::vector<std::string_view> lines;
+    lines.reserve(count + 1);
+    for (const char* start = begin; start < end;) {
+        const char* stop = static_cast<const char*>(std::memchr(start, '\n', end - start));
+        if (stop == nullptr) stop = end;
+        lines.emplace_back(start, static_cast<std::size_t>(stop - start));
+        start = stop + 1;
     }
     return lines;
 }
 
 // ----- Small text rules of the scan -----
 
-bool contains(const std::string& line, const char* tag) {
-    return line.find(tag) != std::string::npos;
-}
+using Line = std::string_view;
 
-bool starts_with(const std::string& line, const char* prefix) { return line.rfind(prefix, 0) == 0; }
+bool contains(Line line, const char* tag) { return line.find(tag) != Line::npos; }
+
+bool starts_with(Line line, const char* prefix) {
+    return line.substr(0, std::strlen(prefix)) == prefix;
+}
 
 // The value of a tag line: the text after the first space, or the whole line when it has none
 // (so a tab-separated value or a value on the next line is not seen).
-std::string value_after_first_space(const std::string& line) {
+Line value_after_first_space(Line line) {
     const std::size_t space = line.find(' ');
-    return space == std::string::npos ? line : line.substr(space + 1);
+    return space == Line::npos ? line : line.substr(space + 1);
 }
 
-std::string trimmed(std::string line) {
-    mmutil::trim(line);
-    return line;
+// The character sets of mmutil's trimmers and of the row delimiters, tested directly: the
+// library's find_first_not_of searches the set once per character.
+bool is_plain_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_line_blank(char c) { return is_plain_blank(c) || c == '\n' || c == '\r'; }
+
+// mmutil::trim on a view: spaces and tabs off the left, then spaces, tabs, LF and CR off the
+// right.
+Line trimmed(Line line) {
+    std::size_t first = 0;
+    std::size_t last = line.size();
+    while (first < last && is_plain_blank(line[first])) ++first;
+    while (last > first && is_line_blank(line[last - 1])) --last;
+    return line.substr(first, last - first);
 }
 
-// Tokens of a loop row; fewer than five ends the run.
-std::vector<std::string> row_tokens(std::string row) {
-    std::vector<std::string> tokens;
-    mmutil::tokenize(tokens, row, kRowDelimiters);
+// Tokens of a loop row, as mmutil::tokenize cuts them on " \t\n\r"; fewer than five end the run.
+void row_tokens(Line row, std::vector<Line>& tokens) {
+    tokens.clear();
+    const std::size_t size = row.size();
+    for (std::size_t start = 0;;) {
+        while (start < size && is_line_blank(row[start])) ++start;
+        if (start == size) break;
+        std::size_t end = start;
+        while (end < size && !is_line_blank(row[end])) ++end;
+        tokens.push_back(row.substr(start, end - start));
+        start = end;
+    }
     if (tokens.size() < kMinimumRowTokens)
         FILEIO_FATAL(kStatusFailure, stdout,
-                     "Not enough columns: %s\nAt least 5 columns are expected!\n", row.c_str());
-    return tokens;
+                     "Not enough columns: %s\nAt least 5 columns are expected!\n",
+                     std::string(row).c_str());
 }
 
 // ----- Loop columns -----
@@ -103,7 +146,7 @@ constexpr ColumnTags kBondTags = {"_geom_bond_atom_site_label_1", "_geom_bond_at
 
 // Numbers the header lines 1, 2, ... and remembers, per tag, the last line naming it; a line
 // naming several tags counts for the first of them in the list.
-ColumnNumbers number_columns(const std::vector<std::string>& header, const ColumnTags& tags) {
+ColumnNumbers number_columns(const std::vector<Line>& header, const ColumnTags& tags) {
     ColumnNumbers numbers{};
     for (std::size_t line = 0; line < header.size(); ++line) {
         for (std::size_t k = 0; k < kLoopColumns; ++k) {
@@ -123,17 +166,18 @@ bool all_columns_present(const ColumnNumbers& numbers) {
 }
 
 // A row too short for a remembered column leaves that list one entry short.
-void append_row(const std::vector<std::string>& tokens, const ColumnNumbers& numbers,
+void append_row(const std::vector<Line>& tokens, const ColumnNumbers& numbers,
                 const ColumnLists& lists) {
     for (std::size_t k = 0; k < kLoopColumns; ++k)
-        if (numbers[k] <= tokens.size()) lists[k]->push_back(tokens[numbers[k] - 1]);
+        if (numbers[k] <= tokens.size()) lists[k]->emplace_back(tokens[numbers[k] - 1]);
 }
 
 // ----- The line scan -----
 
+// Looks at the lines through views: only the values the store keeps are copied.
 class CifLineScanner {
    public:
-    CifLineScanner(FileIO& store, const std::vector<std::string>& lines)
+    CifLineScanner(FileIO& store, const std::vector<Line>& lines)
         : store_(store), lines_(lines), end_(lines.size()) {}
 
     int scan() {
@@ -144,15 +188,15 @@ class CifLineScanner {
 
    private:
     struct LoopHeader {
-        std::vector<std::string> tags;  // trimmed header lines
+        std::vector<Line> tags;  // trimmed header lines
         std::size_t first_row;
     };
 
-    std::string line_at(std::size_t i) const { return trimmed(lines_[i]); }
+    Line line_at(std::size_t i) const { return trimmed(lines_[i]); }
 
     // Each rule returns the index of the next line to scan; end_ ends the scan.
     std::size_t scan_line(std::size_t i) {
-        const std::string line = line_at(i);
+        const Line line = line_at(i);
         if (line.empty() || line[0] == '#') return i + 1;
         if (line[0] == ';') return skip_text_field(i);
         if (read_value_line(line)) return i + 1;
@@ -162,14 +206,14 @@ class CifLineScanner {
 
     // The rules for lines that carry one value, in the order they are tried; true when one
     // applied. Tags are found anywhere in the line, case-sensitively.
-    bool read_value_line(const std::string& line) {
-        const std::string value = value_after_first_space(line);
-        if (mmutil::iequals(line.substr(0, 5), "data_"))
+    bool read_value_line(Line line) {
+        const Line value = value_after_first_space(line);
+        if (mmutil::iequals(std::string(line.substr(0, 5)), "data_"))
             store_.identifier = line.substr(5);
         else if (contains(line, "_chemical_name_common"))
-            read_common_name(value);
+            read_common_name(std::string(value));
         else if (contains(line, "_space_group_IT_number"))
-            store_.spacegroup_number = std::atoi(value.c_str());
+            store_.spacegroup_number = std::atoi(std::string(value).c_str());
         else if (names_space_group(line))
             store_.spacegroup_name = trimmed(value);  // quotes are kept
         else
@@ -193,18 +237,18 @@ class CifLineScanner {
     }
 
     // The first tag also covers its "_alt" form.
-    static bool names_space_group(const std::string& line) {
+    static bool names_space_group(Line line) {
         return contains(line, "_symmetry_space_group_name_H-M") ||
                contains(line, "_space_group_name_H-M_alt");
     }
 
-    bool read_cell_parameter(const std::string& line, const std::string& value) {
+    bool read_cell_parameter(Line line, Line value) {
         static constexpr std::array<const char*, 6> kCellTags = {
             "_cell_length_a",    "_cell_length_b",   "_cell_length_c",
             "_cell_angle_alpha", "_cell_angle_beta", "_cell_angle_gamma"};
         for (std::size_t k = 0; k < kCellTags.size(); ++k) {
             if (contains(line, kCellTags[k])) {
-                store_.cell_latt[k] = std::atof(value.c_str());
+                store_.cell_latt[k] = fileio_detail::text_to_double(std::string(value));
                 return true;
             }
         }
@@ -216,7 +260,7 @@ class CifLineScanner {
     std::size_t read_loop(std::size_t loop_line) {
         std::size_t h = loop_line + 1;
         if (h >= end_) return end_;
-        std::string first_tag = line_at(h);
+        Line first_tag = line_at(h);
         const bool has_id_column = contains(first_tag, "_symmetry_equiv_pos_site_id");
         if (has_id_column) {
             if (++h >= end_) return end_;
@@ -236,10 +280,10 @@ class CifLineScanner {
     // Every row up to a blank one or a tag line is an operation, "loop_" and comments included.
     std::size_t read_symmetry_rows(std::size_t row, bool has_id_column) {
         for (; row < end_; ++row) {
-            const std::string line = line_at(row);
+            const Line line = line_at(row);
             if (line.empty()) return row + 1;
             if (line[0] == '_') return row;
-            std::string operation = has_id_column ? value_after_first_space(line) : line;
+            std::string operation(has_id_column ? value_after_first_space(line) : line);
             mmutil::sg_trim(operation);
             if (!operation.empty()) store_.cif_symops.push_back(operation);
         }
@@ -249,7 +293,7 @@ class CifLineScanner {
     LoopHeader read_loop_header(std::size_t h) const {
         LoopHeader header{{}, h};
         for (; header.first_row < end_; ++header.first_row) {
-            std::string line = line_at(header.first_row);
+            const Line line = line_at(header.first_row);
             if (line.empty() || line[0] != '_') break;
             header.tags.push_back(line);
         }
@@ -268,17 +312,33 @@ class CifLineScanner {
         return end_;
     }
 
-    // The first line after the header is always a row; later ones until a blank line or a
-    // "loop_" line, so a comment or tag line right after the rows is taken as a row.
-    void read_atom_rows(std::size_t row, const ColumnNumbers& columns) {
+    // A blank line or a "loop_" line ends the atom rows, so a comment or tag line right after
+    // them is taken as a row.
+    bool ends_atom_rows(std::size_t row) const {
+        if (row >= end_) return true;
+        const Line next = line_at(row);
+        return next.empty() || starts_with(next, "loop_");
+    }
+
+    // One past the last atom row; the first line after the header is always a row.
+    std::size_t atom_rows_end(std::size_t first_row) const {
+        if (first_row >= end_) return end_;
+        std::size_t row = first_row + 1;
+        while (!ends_atom_rows(row)) ++row;
+        return row;
+    }
+
+    // The rows are found first so that each column list grows once.
+    void read_atom_rows(std::size_t first_row, const ColumnNumbers& columns) {
         Atoms& atoms = store_.cif_atoms;
         const ColumnLists lists = {&atoms.cif_atom_label, &atoms.cif_atom_symbol, &atoms.cif_fx,
                                    &atoms.cif_fy, &atoms.cif_fz};
-        while (row < end_) {
-            append_row(row_tokens(line_at(row)), columns, lists);
-            if (++row >= end_) return;
-            const std::string next = line_at(row);
-            if (next.empty() || starts_with(next, "loop_")) return;
+        const std::size_t rows_end = atom_rows_end(first_row);
+        for (std::vector<std::string>* list : lists)
+            list->reserve(list->size() + (rows_end - first_row));
+        for (std::size_t row = first_row; row < rows_end; ++row) {
+            row_tokens(line_at(row), tokens_);
+            append_row(tokens_, columns, lists);
         }
     }
 
@@ -292,17 +352,19 @@ class CifLineScanner {
         const ColumnLists lists = {&bonds.bond_label1, &bonds.bond_label2, &bonds.bond_distance,
                                    &bonds.bond_symmetry, &bonds.bond_type};
         for (std::size_t row = header.first_row; row < end_; ++row) {
-            const std::string line = line_at(row);
+            const Line line = line_at(row);
             if (starts_with(line, "loop_")) return row;
-            append_row(row_tokens(line), columns, lists);
+            row_tokens(line, tokens_);
+            append_row(tokens_, columns, lists);
         }
         return end_;
     }
 
     FileIO& store_;
-    const std::vector<std::string>& lines_;
+    const std::vector<Line>& lines_;
     const std::size_t end_;
     int fract_columns_ = 0;
+    std::vector<Line> tokens_;  // of the row being read, kept to reuse its room
 };
 
 // ----- From columns to crystal -----
@@ -396,9 +458,9 @@ void assign_coordinates(FileIO& store, bool fractional) {
     double* as_read = fractional ? store.cif_x_s : store.cif_x;
     const Atoms& atoms = store.cif_atoms;
     for (int i = 0; i < store.natoms_cif; ++i) {
-        as_read[3 * i] = std::atof(column_entry(atoms.cif_fx, i).c_str());
-        as_read[3 * i + 1] = std::atof(column_entry(atoms.cif_fy, i).c_str());
-        as_read[3 * i + 2] = std::atof(column_entry(atoms.cif_fz, i).c_str());
+        as_read[3 * i] = fileio_detail::text_to_double(column_entry(atoms.cif_fx, i));
+        as_read[3 * i + 1] = fileio_detail::text_to_double(column_entry(atoms.cif_fy, i));
+        as_read[3 * i + 2] = fileio_detail::text_to_double(column_entry(atoms.cif_fz, i));
     }
     make_coordinates_consistent(store, fractional);
 }
@@ -407,8 +469,12 @@ void assign_coordinates(FileIO& store, bool fractional) {
 
 namespace fileio_detail {
 
-int scan_cif_lines(FileIO& store, const std::vector<std::string>& lines) {
+int scan_cif_lines(FileIO& store, const std::vector<std::string_view>& lines) {
     return CifLineScanner(store, lines).scan();
+}
+
+int scan_cif_lines(FileIO& store, const std::vector<std::string>& lines) {
+    return scan_cif_lines(store, std::vector<std::string_view>(lines.begin(), lines.end()));
 }
 
 void build_crystal_from_cif_columns(FileIO& store, int fract_columns, bool verbose) {
@@ -434,11 +500,16 @@ void build_crystal_from_cif_columns(FileIO& store, int fract_columns, bool verbo
 
 }  // namespace fileio_detail
 
+// The text and its line list live only through the scan: the store keeps copies of what it
+// needs, and the memory is free again before the expansion.
 void FileIO::read_data_cif(const char* filename, bool verbose) {
     std::FILE* file = open_crystal_file(filename);
     input_filename = filename;
     if (verbose) std::printf("Reading crystal file \"%s\"... \n", filename);
-    const std::vector<std::string> lines = slurp_lines(file);
-    const int fract_columns = fileio_detail::scan_cif_lines(*this, lines);
+    int fract_columns = 0;
+    {
+        const std::string text = slurp_text(file);
+        fract_columns = fileio_detail::scan_cif_lines(*this, split_lines(text));
+    }
     fileio_detail::build_crystal_from_cif_columns(*this, fract_columns, verbose);
 }

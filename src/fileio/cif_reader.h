@@ -5,6 +5,7 @@
 #define CIF2PDB_CIF_READER_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "fileio.h"
@@ -14,7 +15,8 @@ namespace fileio_detail {
 // The strict line scan: identifier, names, space-group number, cell parameters, symmetry
 // operations, and the atom-site and bond columns as text. Ends at the end of the atom-site
 // loop. Returns the number of fractional-coordinate columns of the last atom-site header
-// examined (0 when none).
+// examined (0 when none). The lines are only looked at; the store keeps copies.
+int scan_cif_lines(FileIO& store, const std::vector<std::string_view>& lines);
 int scan_cif_lines(FileIO& store, const std::vector<std::string>& lines);
 
 // Summary (verbose), lattice matrices, element rows, radii and coordinates of the atoms as
