@@ -1,0 +1,24 @@
+// What the store printed while a child process worked on one input: its warnings, and the
+// report with which it ended the process on bad input.
+#ifndef TESKA_CLI_CAPTURED_OUTPUT_H
+#define TESKA_CLI_CAPTURED_OUTPUT_H
+
+#include <string>
+#include <vector>
+
+namespace teska::cli {
+
+// Each "WARNING: " line with its continuation lines (nine blanks), as one line without the
+// prefix and with runs of blanks as one.
+std::vector<std::string> store_warnings(const std::string& captured);
+
+// The message after the store's fatal header ("ERROR  transport : UNIT : line N :"), its lines
+// joined, without "WARNING: " or "ERROR: " prefixes; empty when there is no such header.
+std::string store_fatal_message(const std::string& captured);
+
+// The last line that is not blank, trimmed; empty when there is none.
+std::string last_line(const std::string& captured);
+
+}  // namespace teska::cli
+
+#endif  // TESKA_CLI_CAPTURED_OUTPUT_H

@@ -1,0 +1,98 @@
+// PDB output with hybrid-36 numbering.
+#include "pdb_output.h"
+
+#include "fileio.h"
+
+namespace teska::cli {
+
+namespace {
+
+long long power(long long base, int exponent) {
+    long long result = 1;
+    while (exponent-- > 0) result *= base;
+    return result;
+}
+
+std::string base36(long long value, int width, const char* digits) {
+    std::string text(static_cast<std::size_t>(width), digits[0]);
+    for (int i = width - 1; i >= 0 && value > 0; --i, value /= 36) text[i] = digits[value % 36];
+    return text;
+}
+
+// Element symbol as the store's PDB records print it: "C", "Cl"; "X" outside the table.
+std::string symbol_of(int row) {
+    if (row < 0 || row >= kElementRows) return "X";
+    const char* s = Elements_m[row].symbol;
+    return s[1] == ' ' || s[1] == '\0' ? std::string(1, s[0]) : std::string(s, 2);
+}
+
+// Atom names count 1..FF within a residue and start again at 1.
+constexpr int kMaxNameCounter = 0xFF;
+
+// Cartesian position of fractional point f in the cell offset from the origin cell.
+void place_in_supercell(const FileIO& store, const double f[3], const int offset[3], double r[3]) {
+    const double(&L)[3][3] = store.cell_latt3x3;
+    const double g[3] = {offset[0] + f[0], offset[1] + f[1], offset[2] + f[2]};
+    for (int d = 0; d < 3; ++d) r[d] = L[d][0] * g[0] + L[d][1] * g[1] + L[d][2] * g[2];
+}
+
+// The 80-column ATOM record of cif2pdb's files, with the serial and residue as text.
+void write_atom_record(FILE* out, const std::string& serial, int element_row, int name_counter,
+                       const std::string& residue, const double r[3]) {
+    const std::string symbol = symbol_of(element_row);
+    std::fprintf(out, "%-6s%5s %2s%-2X %3.3s %1s%4s    %8.3f%8.3f%8.3f%6.2f%6.2f%10s%2s%2s\n",
+                 "ATOM", serial.c_str(), symbol.c_str(), static_cast<unsigned>(name_counter), "MOL",
+                 "", residue.c_str(), r[0], r[1], r[2], 1.0, 0.0, "", symbol.c_str(), "");
+}
+
+}  // namespace
+
+std::string hybrid36(int width, long long value) {
+    const long long decimal_limit = power(10, width);
+    const long long block = 26 * power(36, width - 1);   // values per letter case
+    const long long offset = 10 * power(36, width - 1);  // "A000..." in base 36
+    if (value < 0) return std::string(static_cast<std::size_t>(width), '*');
+    if (value < decimal_limit) {
+        std::string text = std::to_string(value);
+        return std::string(static_cast<std::size_t>(width) - text.size(), ' ') + text;
+    }
+    value -= decimal_limit;
+    if (value < block) return base36(value + offset, width, "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+    value -= block;
+    if (value < block) return base36(value + offset, width, "0123456789abcdefghijklmnopqrstuvwxyz");
+    return std::string(static_cast<std::size_t>(width), '*');
+}
+
+bool write_pdb_model(FILE* out, const FileIO& store, const std::vector<int>& molecules,
+                     const int supercell[3], bool with_cell) {
+    const int na = supercell[0], nb = supercell[1], nc = supercell[2];
+    std::fprintf(out, "TITLE     %s\n", store.identifier.c_str());
+    std::fprintf(out, "REMARK    TESKA generated pdf file\n");
+    if (with_cell)
+        std::fprintf(out, "CRYST1%9.3f%9.3f%9.3f%7.2f%7.2f%7.2f P 1           1\n",
+                     store.cell_latt[0] * na, store.cell_latt[1] * nb, store.cell_latt[2] * nc,
+                     store.cell_latt[3], store.cell_latt[4], store.cell_latt[5]);
+    std::fprintf(out, "MODEL        1\n");
+    const bool whole_cell_only = na == 1 && nb == 1 && nc == 1;
+    long long serial = 0, residue = 0;
+    for (int k = 0; k < nc; ++k)
+        for (int j = 0; j < nb; ++j)
+            for (int i = 0; i < na; ++i)
+                for (int m : molecules) {
+                    const std::string residue_text = hybrid36(4, ++residue);
+                    const int offset[3] = {i, j, k};
+                    for (int a = 0; a < store.mol_natoms[m]; ++a) {
+                        double r[3];
+                        if (whole_cell_only)
+                            for (int d = 0; d < 3; ++d) r[d] = store.mol_x[m][3 * a + d];
+                        else
+                            place_in_supercell(store, &store.mol_x_s[m][3 * a], offset, r);
+                        write_atom_record(out, hybrid36(5, ++serial), store.mol_atypes[m][a],
+                                          a % kMaxNameCounter + 1, residue_text, r);
+                    }
+                }
+    std::fprintf(out, "TER\nENDMDL\n");
+    return std::ferror(out) == 0;
+}
+
+}  // namespace teska::cli
