@@ -1,8 +1,10 @@
 // Writes a framework crystal for the benchmark: space group F m -3 m (192 operations) with a
-// simple cubic grid of carbon atoms 1 angstrom apart, so that the whole cell is one network
-// bonded to its own images. The asymmetric unit is one grid point per orbit, many of them on
+// simple cubic grid of carbon atoms (1.5 angstrom apart by default: bonded to the six nearest
+// only), so that the whole cell is one network bonded to its own images. The asymmetric unit is one grid point per orbit, many of them on
 // special positions (mirror planes, axes, inversion centres), written with six decimals so
-// that their images coincide only within the expansion's overlap bound.
+// that their images coincide only within the expansion's overlap bound. The sites are listed
+// in a fixed shuffled order, as a refinement program lists them: neighbours in the file are
+// rarely neighbours in the crystal.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -57,18 +59,23 @@ Point apply(const GridOperation& op, const Point& p, int grid) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "Usage: %s GRID OUT.cif   (GRID even, 2..64; GRID^3 atoms)\n", argv[0]);
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr,
+                     "Usage: %s GRID OUT.cif [SPACING]   (GRID even, 2..64: GRID^3 atoms; "
+                     "SPACING in angstrom, default 1.5)\n",
+                     argv[0]);
         return 2;
     }
     const int grid = std::atoi(argv[1]);
-    if (grid < 2 || grid > 64 || grid % 2) {
-        std::fprintf(stderr, "GRID must be even, from 2 to 64\n");
+    const double spacing = argc == 4 ? std::atof(argv[3]) : 1.5;
+    if (grid < 2 || grid > 64 || grid % 2 || !(spacing > 0.1 && spacing < 10.0)) {
+        std::fprintf(stderr, "GRID must be even, from 2 to 64; SPACING from 0.1 to 10\n");
         return 2;
     }
-    FILE* out = std::fopen(argv[2], "w");
+    const char* path = argv[2];
+    FILE* out = std::fopen(path, "w");
     if (!out) {
-        std::fprintf(stderr, "cannot write %s\n", argv[2]);
+        std::fprintf(stderr, "cannot write %s\n", path);
         return 1;
     }
     const std::vector<GridOperation> ops = fm3m_operations();
@@ -82,11 +89,18 @@ int main(int argc, char** argv) {
                 if (smallest) asymmetric.push_back(p);
             }
 
+    // A fixed linear congruential shuffle, the same on every machine.
+    unsigned long long state = 20261123;
+    for (std::size_t i = asymmetric.size(); i > 1; --i) {
+        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+        std::swap(asymmetric[i - 1], asymmetric[(state >> 33) % i]);
+    }
+
     std::fprintf(out, "data_framework_Fm-3m_%d\n", grid);
     std::fprintf(out, "_symmetry_space_group_name_H-M    'F m -3 m'\n");
     std::fprintf(out, "_space_group_IT_number            225\n");
     for (const char* tag : {"_cell_length_a", "_cell_length_b", "_cell_length_c"})
-        std::fprintf(out, "%-34s%d.0000\n", tag, grid);
+        std::fprintf(out, "%-34s%.4f\n", tag, grid * spacing);
     for (const char* tag : {"_cell_angle_alpha", "_cell_angle_beta", "_cell_angle_gamma"})
         std::fprintf(out, "%-34s90.000\n", tag);
     std::fprintf(out, "# %zu sites, %d atoms in the cell\n\n", asymmetric.size(), grid * grid * grid);
