@@ -1,0 +1,33 @@
+// Fuzz target: the XYZ reader. The count on the first line sizes the atom arrays before any
+// atom is read, so inputs that announce more than the cap are not read.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "fatal.h"
+#include "fileio.h"
+#include "memory_file.h"
+#include "store_release.h"
+
+namespace {
+
+constexpr int kMaxAnnouncedAtoms = 10000;
+
+// The reader's count: atoi of the first line.
+int announced_atoms(const std::uint8_t* data, std::size_t size) {
+    const std::string text(reinterpret_cast<const char*>(data), size);
+    return std::atoi(text.substr(0, text.find('\n')).c_str());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace fuzz_support;
+    if (announced_atoms(data, size) > kMaxAnnouncedAtoms) return -1;
+    const ScopedFatalPolicy raise(FatalPolicy::kRaise);
+    FileIO store;
+    const StoreGuard release(store);
+    store.read_data_xyz(input_file().hold(data, size));
+    return 0;
+}
