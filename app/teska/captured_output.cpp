@@ -40,6 +40,7 @@ std::vector<std::string> store_warnings(const std::string& captured) {
     std::vector<std::string> warnings;
     bool in_warning = false;
     for (const std::string& line : lines_of(captured)) {
+        if (line.find(kFatalHeader) != std::string::npos) break;  // its message is the error
         if (starts_with(line, kWarning)) {
             warnings.emplace_back();
             append_words(warnings.back(), line.substr(sizeof kWarning - 1));
@@ -57,7 +58,7 @@ std::string store_fatal_message(const std::string& captured) {
     const std::vector<std::string> lines = lines_of(captured);
     std::size_t header = lines.size();
     for (std::size_t i = 0; i < lines.size(); ++i)
-        if (starts_with(lines[i], kFatalHeader)) header = i;
+        if (lines[i].find(kFatalHeader) != std::string::npos) header = i;
     if (header == lines.size()) return std::string();
     std::string message;
     for (std::size_t i = header + 1; i < lines.size(); ++i) {

@@ -9,7 +9,7 @@
 namespace teska::cli {
 
 // Each "WARNING: " line with its continuation lines (nine blanks), as one line without the
-// prefix and with runs of blanks as one.
+// prefix and with runs of blanks as one; those of a fatal report are its message, not warnings.
 std::vector<std::string> store_warnings(const std::string& captured);
 
 // The message after the store's fatal header ("ERROR  transport : UNIT : line N :"), its lines

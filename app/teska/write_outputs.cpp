@@ -39,12 +39,18 @@ struct MoleculeArrays {
     int count() const { return static_cast<int>(natoms.size()); }
 };
 
-void check_closed(int close_result, const std::string& input, const std::string& path) {
-    if (close_result != 0) throw Failure(input, "writing " + path + " failed");
+// A file written under its staging name; failures name it by its final one.
+struct OutputFile {
+    std::string staged, final_path;
+    const char* c_str() const { return staged.c_str(); }
+};
+
+void check_closed(int close_result, const std::string& input, const OutputFile& file) {
+    if (close_result != 0) throw Failure(input, "writing " + file.final_path + " failed");
 }
 
 void write_pdb(Structure& s, const std::string& input, const WriteSettings& settings,
-               MoleculeArrays& chosen, const std::vector<int>& molecules, const std::string& path) {
+               MoleculeArrays& chosen, const std::vector<int>& molecules, const OutputFile& path) {
     FileIO& store = s.store;
     if (settings.strict) {
         // The store's supercell PDB writer (the plain cell goes through write_cif2pdb).
@@ -56,13 +62,13 @@ void write_pdb(Structure& s, const std::string& input, const WriteSettings& sett
         return;
     }
     FILE* out = std::fopen(path.c_str(), "w");
-    if (out == nullptr) throw Failure(input, "cannot write " + path);
+    if (out == nullptr) throw Failure(input, "cannot write " + path.final_path);
     const bool written = write_pdb_model(out, store, molecules, settings.supercell, s.has_cell);
     check_closed((std::fclose(out) == 0 && written) ? 0 : -1, input, path);
 }
 
 void write_cif(Structure& s, const std::string& input, const WriteSettings& settings,
-               MoleculeArrays& chosen, const std::string& path) {
+               MoleculeArrays& chosen, const OutputFile& path) {
     FileIO& store = s.store;
     const int result =
         settings.has_supercell()
@@ -77,7 +83,7 @@ void write_cif(Structure& s, const std::string& input, const WriteSettings& sett
 
 // The whole cell in one XYZ file: the molecules one after the other.
 void write_cell_xyz(Structure& s, const std::string& input, const MoleculeArrays& chosen,
-                    const std::string& path) {
+                    const OutputFile& path) {
     std::vector<int> atypes;
     std::vector<double> x;
     for (int m = 0; m < chosen.count(); ++m) {
@@ -90,10 +96,10 @@ void write_cell_xyz(Structure& s, const std::string& input, const MoleculeArrays
 }
 
 void write_molecule_file(Structure& s, const std::string& input, const WriteSettings& settings,
-                         int n, int* atypes, double* x, const std::string& path) {
+                         int n, int* atypes, double* x, const OutputFile& path) {
     FileIO& store = s.store;
     const QuantumJob& job = settings.job;
-    const std::string name = base_of(stem_of(path));  // title and checkpoint of Gaussian jobs
+    const std::string name = base_of(stem_of(path.final_path));  // Gaussian title, checkpoint
     const std::string charge_multiplicity =
         std::to_string(job.charge) + " " + std::to_string(job.multiplicity);
     const std::string gaussian_method =
@@ -153,13 +159,14 @@ void write_structure(Structure& s, const std::string& input, const WriteSettings
 
     if (settings.per_molecule()) {
         for (int m = 0; m < chosen.count(); ++m) {
-            const std::string path = molecule_output_path(target, settings.format, m + 1);
+            const std::string final_path = molecule_output_path(target, settings.format, m + 1);
             write_molecule_file(s, input, settings, chosen.natoms[m], chosen.atypes[m], chosen.x[m],
-                                staging.path_for(path));
+                                OutputFile{staging.path_for(final_path), final_path});
         }
         return;
     }
-    const std::string path = staging.path_for(single_output_path(target, settings.format));
+    const std::string final_path = single_output_path(target, settings.format);
+    const OutputFile path{staging.path_for(final_path), final_path};
     switch (settings.format) {
         case Format::kPdb:
             write_pdb(s, input, settings, chosen, molecules, path);
