@@ -1,0 +1,127 @@
+// Pure functions of teska, table by table: hybrid-36 numbers, shards, output names, Hill
+// formulas, the store's reports read out of a child's output, and the result record.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "captured_output.h"
+#include "failure.h"
+#include "formulas.h"
+#include "inputs.h"
+#include "job_result.h"
+#include "output_naming.h"
+#include "pdb_output.h"
+
+namespace {
+
+using namespace teska::cli;
+
+// Width w: decimal below 10^w; upper case from A00.. for 26 * 36^(w-1) values; lower case as
+// many again; then no number fits.
+TEST(Hybrid36, DecimalThenUpperThenLowerCaseBase36) {
+    const long long upper = 26LL * 36 * 36 * 36;  // values per case at width 4
+    for (const auto& [width, value, text] :
+         std::vector<std::tuple<int, long long, std::string>>{{5, 0, "    0"},
+                                                              {5, 99999, "99999"},
+                                                              {5, 100000, "A0000"},
+                                                              {5, 100035, "A000Z"},
+                                                              {5, 100036, "A0010"},
+                                                              {4, 9999, "9999"},
+                                                              {4, 10000, "A000"},
+                                                              {4, 10000 + upper - 1, "ZZZZ"},
+                                                              {4, 10000 + upper, "a000"},
+                                                              {4, 10000 + 2 * upper - 1, "zzzz"},
+                                                              {4, 10000 + 2 * upper, "****"},
+                                                              {4, -1, "****"}})
+        EXPECT_EQ(hybrid36(width, value), text) << width << " " << value;
+}
+
+// Every item in exactly one shard, shards in input order, sizes within one of each other.
+TEST(Shards, PartitionEveryListInOrder) {
+    for (std::size_t count = 0; count <= 20; ++count)
+        for (std::size_t n = 1; n <= 7; ++n) {
+            std::size_t expected_first = 0;
+            for (std::size_t k = 1; k <= n; ++k) {
+                std::size_t first = 0, last = 0;
+                shard_range(count, Shard{k, n}, &first, &last);
+                EXPECT_EQ(first, expected_first) << count << " " << k << "/" << n;
+                EXPECT_LE(last - first, count / n + 1);
+                EXPECT_GE(last - first, count / n);
+                expected_first = last;
+            }
+            EXPECT_EQ(expected_first, count);
+        }
+    EXPECT_EQ(parse_shard("3/10").k, 3u);
+    for (const char* bad : {"0/3", "4/3", "3", "a/b", "1/", "-1/3", "1/3x"})
+        EXPECT_THROW(parse_shard(bad), UsageError) << bad;
+}
+
+TEST(OutputNames, BesideTheInputInAFolderOrAsGiven) {
+    EXPECT_EQ(single_output_path(plan_output("run.1/crystal", "", "", false), Format::kPdb),
+              "run.1/crystal.pdb");
+    EXPECT_EQ(single_output_path(plan_output("a/b.cif", "", "out", false), Format::kCif),
+              "out/b.cif");
+    EXPECT_EQ(single_output_path(plan_output("a/b.cif", "c/d.xyz", "", false), Format::kPdb),
+              "c/d.xyz");
+    const OutputTarget split = plan_output("a/b.cif", "", "out", true);
+    EXPECT_EQ(split.directory, "out");
+    EXPECT_EQ(molecule_output_path(split, Format::kXyz, 1), "out/b_01.xyz");
+    EXPECT_EQ(molecule_output_path(split, Format::kMol, 100), "out/b_100.mol");
+    EXPECT_EQ(molecule_output_path(split, Format::kGaussian, 2), "out/b-02.com");
+    EXPECT_EQ(molecule_output_path(plan_output("b.cif", "q/job.in", "", true), Format::kQchem, 3),
+              "q/job-03.in");
+    EXPECT_EQ(single_output_path(block_target(plan_output("b.cif", "", "", false), "form/II"),
+                                 Format::kPdb),
+              "b_form_II.pdb");
+    EXPECT_EQ(single_output_path(block_target(plan_output("b.cif", "x.cif", "", false), "I"),
+                                 Format::kCif),
+              "x_I.cif");
+}
+
+TEST(Formulas, HillOrder) {
+    const std::vector<std::pair<std::vector<int>, std::string>> cases = {
+        {{6, 1, 1, 1, 1}, "CH4"}, {{1, 8, 1}, "H2O"},  // no carbon: alphabetical, H among the rest
+        {{17, 11}, "ClNa"},       {{7, 6, 17, 1, 6, 1}, "C2H2ClN"},
+        {{26, 6, 6}, "C2Fe"},     {{-1, 6}, "CX"}};
+    for (const auto& [rows, formula] : cases) EXPECT_EQ(hill_formula(rows), formula);
+    EXPECT_EQ(grouped_formulas({"C10H8", "H2O", "C10H8"}), "C10H8 x2, H2O x1");
+}
+
+TEST(CapturedOutput, TheStoresWarningsAndItsFatalMessage) {
+    const std::string captured =
+        "  natoms = 3\nWARNING: The Chiral Flag should be either 0 or 1.\nread on\n"
+        "WARNING: Overlapped atoms\n         Number of overlapped atoms is 2\n"
+        "\nERROR  transport : fileio : line 12 : \nWARNING: Problems reading a MDL file\n"
+        "         Cannot read atom and bond count\n";
+    EXPECT_EQ(store_warnings(captured),
+              (std::vector<std::string>{"The Chiral Flag should be either 0 or 1.",
+                                        "Overlapped atoms Number of overlapped atoms is 2"}));
+    EXPECT_EQ(store_fatal_message(captured),
+              "Problems reading a MDL file Cannot read atom and bond count");
+    EXPECT_EQ(store_fatal_message("no header\n"), "");
+    EXPECT_EQ(last_line("first\n  last words \n\n"), "last words");
+    EXPECT_EQ(as_warning("a.cif", "a.cif:3:7: odd value"), "a.cif:3:7: warning: odd value");
+    EXPECT_EQ(as_warning("a.cif", "a.cif: odd value"), "a.cif: warning: odd value");
+    EXPECT_EQ(as_warning("a.cif", "odd value"), "a.cif: warning: odd value");
+}
+
+TEST(JobResults, SurviveTheirEncodingAndATruncatedOneIsRefused) {
+    JobResult r;
+    r.status = Status::kOk;
+    r.atoms = 36;
+    r.molecules = 2;
+    r.formulas = "C10H8 x2";
+    r.warnings = {"a: warning: x", "a:1:2: warning: y:z"};
+    r.outputs = {"out/a.pdb"};
+    r.json = "{\"a\": 1}";
+    JobResult back;
+    const std::string text = encode(r);
+    ASSERT_TRUE(decode(text, &back));
+    EXPECT_EQ(encode(back), text);
+    EXPECT_EQ(back.warnings, r.warnings);
+    EXPECT_FALSE(decode(text.substr(0, text.size() - 1), &back));
+    EXPECT_FALSE(decode("", &back));
+}
+
+}  // namespace
