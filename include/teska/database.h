@@ -4,6 +4,7 @@
 #ifndef TESKA_DATABASE_H
 #define TESKA_DATABASE_H
 
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,7 +39,8 @@ enum class DisorderMode {
 struct ReadOptions {
     std::string block;  // data block name; empty: the first block with atom sites
     DisorderMode disorder = DisorderMode::kMajor;
-    std::string disorder_group;  // with DisorderMode::kGroup
+    std::string disorder_group;  // with DisorderMode::kGroup; assemblies without it keep
+                                 // their major part
     double bond_scale = 1.15;
 };
 
@@ -47,7 +49,11 @@ struct CrystalInfo {
     std::string file;
     std::string block;
     std::string spacegroup;       // H-M name as used, or as given
+    int spacegroup_number = 0;    // 0 when the operations form no group of the table
     std::string symmetry_source;  // "loop", "Hall", "H-M", "number" or "none"
+    double cell[6] = {0, 0, 0, 0, 0, 0};     // a, b, c (angstrom), alpha, beta, gamma (deg)
+    double cell_su[6] = {0, 0, 0, 0, 0, 0};  // their standard uncertainties, 0 when not given
+    int sites = 0;                           // atom sites read (dummies and the like left out)
     // The file's symmetry operations as fractional affine maps, row-major 3x4 [R | t].
     std::vector<std::vector<double>> operations;
     int atoms = 0;      // atoms in the cell
@@ -71,6 +77,22 @@ CrystalInfo read_database_cif_text(FileIO& store, const std::string& text,
                                    const std::string& name, const ReadOptions& options = {});
 // Names of the data blocks that hold atom sites, in file order. Throws teska::Error.
 std::vector<std::string> database_blocks_with_atoms(const std::string& path);
+
+// The outcome of one data block when every block is read.
+struct BlockResult {
+    std::string block;
+    bool ok = false;
+    CrystalInfo info;   // when ok
+    std::string error;  // Error::what() when not ok
+};
+
+// Reads every data block that holds atom sites (ReadOptions::block is ignored), each into a
+// fresh store that is handed to on_block, when given, before the next block is read. Throws
+// teska::Error only when the file cannot be read or parsed; a block that fails is reported
+// in its result and the others are read.
+std::vector<BlockResult> read_database_cif_every_block(
+    const std::string& path, const ReadOptions& options = {},
+    const std::function<void(FileIO&, const CrystalInfo&)>& on_block = nullptr);
 
 }  // namespace teska
 

@@ -1,0 +1,231 @@
+// Molecules of the cell into the store: one pass of the indexed growth divides the atoms by
+// the bond test over the true minimum image and moves each atom next to its earliest-placed
+// partner, so every molecule comes out whole; each is then shifted by whole cells so that its
+// centre of mass lies in [0,1). The store ends as the crystal pipeline leaves it.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "database_detail.h"
+#include "element_rows.h"
+#include "fileio.h"
+#include "index/bond_growth.h"
+#include "mmutil.h"
+#include "store_arrays.h"
+
+namespace teska {
+namespace database_detail {
+
+namespace {
+
+using fileio_detail::new_store_array;
+
+constexpr int kMolFileNameSize = 20;
+
+double mass_of(int element) { return fileio_detail::element_record_or_dummy(element).mass; }
+
+// A centre of mass this close below a whole number counts as on it, so that a molecule
+// centred on a cell face stays on the face at 0 whichever way its sum rounds.
+constexpr double kFaceTolerance = 1e-9;
+
+// Shifts the atoms by whole cells so that their centre of mass lies in [0,1) on each axis.
+void centre_in_cell(std::vector<double>& x, const std::vector<int>& elements) {
+    const int n = static_cast<int>(elements.size());
+    double total = 0.0;
+    for (int e : elements) total += mass_of(e);
+    for (int d = 0; d < 3; ++d) {
+        double sum = 0.0;
+        for (int k = 0; k < n; ++k) sum += mass_of(elements[k]) * x[3 * k + d];
+        const double shift = std::floor(sum / total + kFaceTolerance);
+        if (shift == 0.0) continue;
+        for (int k = 0; k < n; ++k) x[3 * k + d] -= shift;
+    }
+}
+
+void allocate_molecule_arrays(FileIO& s) {
+    s.mol_natoms = new_store_array<int>(s.nmols);
+    s.mol_atypes = new_store_array<int*>(s.nmols);
+    s.mol_x = new_store_array<double*>(s.nmols);
+    s.mol_x_s = new_store_array<double*>(s.nmols);
+    s.mol_ids = new_store_array<int>(s.nmols);
+    s.mol_value = new_store_array<double>(s.nmols);
+    s.mol_extra_a = new_store_array<double*>(s.nmols);
+    s.mol_extra_b = new_store_array<double*>(s.nmols);
+    s.mol_file_names = new_store_array<char*>(s.nmols);
+    for (int i = 0; i < s.nmols; ++i) {
+        s.mol_extra_a[i] = new_store_array<double>(3);
+        s.mol_extra_b[i] = new_store_array<double>(3);
+    }
+}
+
+// The cell in all the forms the pipeline leaves: vectors as rows, lengths, copies, inverse.
+void derive_cell_forms(FileIO& s) {
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) s.cell_vectors[r][c] = s.cell_latt3x3[c][r];
+    for (int r = 0; r < 3; ++r) s.cell_lengths[r] = mmutil::get_magnitude(s.cell_vectors[r]);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) {
+            s.cell_latt3x3_copy[r][c] = s.cell_vectors[c][r];
+            s.supercell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c] * s.supercell_n[r];
+            s.cell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c];
+        }
+    mmutil::invert(s.cell_latt3x3, s.cell_latt3x3_inv);
+}
+
+// Components bonded to their own image, tested only where that is possible: a bond placed
+// across another image than the shortest is at least half the smallest plane spacing long,
+// so a component whose atoms all lie within a sphere of a quarter of it cannot hold one.
+std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const Lattice& lattice,
+                                      const std::vector<double>& placed,
+                                      const std::vector<double>& radius,
+                                      const std::vector<int>& sizes,
+                                      const std::vector<int>& order) {
+    std::vector<char> periodic(sizes.size(), 0);
+    const double reach = 0.5 * lattice.half_min_spacing();
+    std::vector<double> sub_x, sub_radius;
+    std::vector<int> sub_sizes, sub_order, tested;
+    int start = 0;
+    for (std::size_t m = 0; m < sizes.size(); ++m) {
+        const int size = sizes[m];
+        double centre[3] = {0, 0, 0}, cart[3];
+        std::vector<double> xs(3 * static_cast<std::size_t>(size));
+        for (int k = 0; k < size; ++k) {
+            const int atom = order[start + k];
+            for (int r = 0; r < 3; ++r) {
+                cart[r] = 0.0;
+                for (int c = 0; c < 3; ++c) cart[r] += rule.latt[r][c] * placed[3 * atom + c];
+                xs[3 * k + r] = cart[r];
+                centre[r] += cart[r] / size;
+            }
+        }
+        double extent2 = 0.0;
+        for (int k = 0; k < size; ++k) {
+            double d2 = 0.0;
+            for (int r = 0; r < 3; ++r)
+                d2 += (xs[3 * k + r] - centre[r]) * (xs[3 * k + r] - centre[r]);
+            extent2 = std::max(extent2, d2);
+        }
+        if (extent2 >= reach * reach) {
+            tested.push_back(static_cast<int>(m));
+            sub_sizes.push_back(size);
+            for (int k = 0; k < size; ++k) {
+                const int atom = order[start + k];
+                sub_order.push_back(static_cast<int>(sub_radius.size()));
+                sub_radius.push_back(radius[atom]);
+                for (int c = 0; c < 3; ++c) sub_x.push_back(placed[3 * atom + c]);
+            }
+        }
+        start += size;
+    }
+    if (tested.empty()) return periodic;
+    const std::vector<char> flags = fileio_detail::components_bonded_to_own_image(
+        rule, static_cast<int>(sub_radius.size()), sub_x.data(), sub_radius.data(), sub_sizes,
+        sub_order);
+    for (std::size_t t = 0; t < tested.size(); ++t) periodic[tested[t]] = flags[t];
+    return periodic;
+}
+
+}  // namespace
+
+std::string hill_formula(const std::vector<int>& elements) {
+    std::map<std::string, int> counts;
+    for (int e : elements) ++counts[fileio_detail::element_symbol(e)];
+    std::string formula;
+    auto append = [&](const std::string& symbol) {
+        const auto found = counts.find(symbol);
+        if (found == counts.end()) return;
+        formula += symbol;
+        if (found->second > 1) formula += std::to_string(found->second);
+        counts.erase(found);
+    };
+    if (counts.count("C")) {
+        append("C");
+        append("H");
+    }
+    while (!counts.empty()) append(counts.begin()->first);
+    return formula;
+}
+
+Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scale, Report& report) {
+    const int n = static_cast<int>(cell.atoms.size());
+    store.natoms_cif = n;
+    store.cif_atypes = new_store_array<int>(n);
+    store.cif_x_s = new_store_array<double>(3LL * n);
+    store.cif_x = new_store_array<double>(3LL * n);
+    store.cif_radius = nullptr;
+    std::vector<double> radius(n);
+    for (int i = 0; i < n; ++i) {
+        const CellAtom& atom = cell.atoms[i];
+        store.cif_atypes[i] = atom.element;
+        radius[i] = nw_elem_radius_m[atom.element];
+        for (int d = 0; d < 3; ++d) store.cif_x_s[3 * i + d] = atom.frac[d];
+        store.coord_f2c(store.cif_x_s + 3 * i, store.cif_x + 3 * i);
+    }
+
+    fileio_detail::BondRule rule;
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) rule.latt[r][c] = store.cell_latt3x3[r][c];
+    rule.bond_scale = bond_scale;
+    rule.image = fileio_detail::ImageRule::kMinimumImage;
+    std::vector<double> placed(store.cif_x_s, store.cif_x_s + 3LL * n);
+    std::vector<int> sizes, order;
+    fileio_detail::grow_components(rule, n, placed.data(), radius.data(), &sizes, &order);
+    Molecules molecules;
+    molecules.periodic =
+        bonded_to_own_image(rule, Lattice(store.cell_latt3x3), placed, radius, sizes, order);
+
+    store.mol_natoms_list = sizes;
+    store.mol_atom_list = order;
+    store.input_kind = 2;
+    store.nmols = static_cast<int>(sizes.size());
+    allocate_molecule_arrays(store);
+    int start = 0, periodic = 0;
+    for (int m = 0; m < store.nmols; ++m) {
+        const int size = sizes[m];
+        std::vector<int> elements(size);
+        std::vector<double> x(3 * size);
+        // A component bonded to its own image cannot be whole: its atoms stay in the cell.
+        const double* from = molecules.periodic[m] ? store.cif_x_s : placed.data();
+        for (int k = 0; k < size; ++k) {
+            const int atom = order[start + k];
+            elements[k] = store.cif_atypes[atom];
+            for (int d = 0; d < 3; ++d) x[3 * k + d] = from[3 * atom + d];
+        }
+        if (molecules.periodic[m])
+            ++periodic;
+        else
+            centre_in_cell(x, elements);
+
+        store.mol_natoms[m] = size;
+        store.mol_file_names[m] = new_store_array<char>(kMolFileNameSize);
+        std::snprintf(store.mol_file_names[m], kMolFileNameSize, "mol%d.mol", m + 1);
+        store.mol_atypes[m] = new_store_array<int>(size);
+        store.mol_x_s[m] = new_store_array<double>(3LL * size);
+        store.mol_x[m] = new_store_array<double>(3LL * size);
+        for (int k = 0; k < size; ++k) {
+            store.mol_atypes[m][k] = elements[k];
+            for (int d = 0; d < 3; ++d) store.mol_x_s[m][3 * k + d] = x[3 * k + d];
+            store.coord_f2c(&store.mol_x_s[m][3 * k], &store.mol_x[m][3 * k]);
+        }
+        store.mol_ids[m] = m + 1;
+        molecules.formulas.push_back(hill_formula(elements));
+        start += size;
+    }
+    derive_cell_forms(store);
+    store.is_periodic = true;
+
+    if (periodic > 0)
+        report.warn(
+            0, count_of(periodic, "component", "components") +
+                   " cannot be made whole, being bonded to " +
+                   (periodic == 1 ? "its own periodic image" : "their own periodic images") +
+                   " (a framework, polymer or network): " + (periodic == 1 ? "kept" : "each kept") +
+                   " as one residue in the cell");
+    return molecules;
+}
+
+}  // namespace database_detail
+}  // namespace teska

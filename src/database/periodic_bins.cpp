@@ -1,0 +1,115 @@
+// Periodic geometry of the merges: shortest lattice images of displacements, and bins of
+// the cell that bring the atoms near a point within reach in linear time.
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "database_detail.h"
+
+namespace teska {
+namespace database_detail {
+
+namespace {
+
+// Bins per atom at most: finer bins only cost memory.
+constexpr long long kMaxBinsPerAtom = 8;
+constexpr long long kMinBins = 64;
+
+}  // namespace
+
+Lattice::Lattice(const double m[3][3]) {
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) m_[r][c] = m[r][c];
+    // The rows of the inverse are the reciprocal vectors; plane spacing = 1 / their length.
+    // inverse = adjugate / det; the length of row k of the adjugate is |b_i x b_j| of the
+    // other two columns.
+    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+    for (int k = 0; k < 3; ++k) {
+        const int i = (k + 1) % 3, j = (k + 2) % 3;
+        const double cross[3] = {m[1][i] * m[2][j] - m[2][i] * m[1][j],
+                                 m[2][i] * m[0][j] - m[0][i] * m[2][j],
+                                 m[0][i] * m[1][j] - m[1][i] * m[0][j]};
+        const double area =
+            std::sqrt(cross[0] * cross[0] + cross[1] * cross[1] + cross[2] * cross[2]);
+        spacing_[k] = std::fabs(det) / area;
+    }
+    const double half = 0.5 * std::min({spacing_[0], spacing_[1], spacing_[2]});
+    half_min_spacing2_ = half * half;
+}
+
+// Another image than the folded one differs by a lattice vector, so along some axis its
+// fractional component is at least 0.5 and it is at least half a plane spacing long: below
+// that the folded image is the shortest.
+double Lattice::min_image_distance2(const double d[3]) const {
+    double f[3];
+    for (int k = 0; k < 3; ++k) {
+        f[k] = d[k];
+        while (f[k] > 0.5) f[k] -= 1.0;
+        while (f[k] < -0.5) f[k] += 1.0;
+    }
+    auto length2 = [this](const double g[3]) {
+        double sum = 0.0;
+        for (int r = 0; r < 3; ++r) {
+            const double x = m_[r][0] * g[0] + m_[r][1] * g[1] + m_[r][2] * g[2];
+            sum += x * x;
+        }
+        return sum;
+    };
+    double best = length2(f);
+    if (best <= half_min_spacing2_) return best;
+    for (int a = -1; a <= 1; ++a)
+        for (int b = -1; b <= 1; ++b)
+            for (int c = -1; c <= 1; ++c) {
+                const double g[3] = {f[0] + a, f[1] + b, f[2] + c};
+                best = std::min(best, length2(g));
+            }
+    return best;
+}
+
+PeriodicBins::PeriodicBins(const Lattice& lattice, double reach, int capacity) {
+    long long total = 1;
+    for (int k = 0; k < 3; ++k) {
+        const double bins = std::floor(lattice.plane_spacing(k) / reach);
+        n_[k] = bins < 1.0 ? 1 : static_cast<int>(std::min(bins, 1e6));
+        total *= n_[k];
+    }
+    const long long limit = std::max(kMinBins, kMaxBinsPerAtom * capacity);
+    while (total > limit) {
+        int widest = 0;
+        for (int k = 1; k < 3; ++k)
+            if (n_[k] > n_[widest]) widest = k;
+        total /= n_[widest];
+        n_[widest] = std::max(1, n_[widest] / 2);
+        total *= n_[widest];
+    }
+    for (int k = 0; k < 3; ++k) {
+        if (n_[k] >= 3)
+            offsets_[k] = {-1, 0, 1};
+        else if (n_[k] == 2)
+            offsets_[k] = {0, 1};
+        else
+            offsets_[k] = {0};
+    }
+    head_.assign(static_cast<std::size_t>(total), -1);
+    next_.assign(static_cast<std::size_t>(std::max(capacity, 0)), -1);
+}
+
+void PeriodicBins::bin_of(const double frac[3], int b[3]) const {
+    for (int k = 0; k < 3; ++k) {
+        const int i = static_cast<int>(frac[k] * n_[k]);
+        b[k] = i < 0 ? 0 : (i >= n_[k] ? n_[k] - 1 : i);
+    }
+}
+
+void PeriodicBins::add(int id, const double frac[3]) {
+    int b[3];
+    bin_of(frac, b);
+    int& head = head_[(b[0] * n_[1] + b[1]) * n_[2] + b[2]];
+    next_[id] = head;
+    head = id;
+}
+
+}  // namespace database_detail
+}  // namespace teska
