@@ -1,0 +1,157 @@
+// The cell (standard uncertainties; every way it can be missing or impossible) and the atom
+// sites (elements from charged or numbered symbols, else labels; sites that are no atoms).
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "database_detail.h"
+#include "database_test_support.h"
+
+namespace {
+
+using database_test::formula_counts;
+using database_test::read;
+using database_test::read_text;
+using teska::database_detail::element_from_label;
+using teska::database_detail::element_from_type_symbol;
+using teska::database_detail::standard_uncertainty;
+
+TEST(Cell, StandardUncertaintyIsInUnitsOfTheLastDigit) {
+    EXPECT_DOUBLE_EQ(standard_uncertainty("8.562(2)"), 0.002);
+    EXPECT_DOUBLE_EQ(standard_uncertainty("124.70(2)"), 0.02);
+    EXPECT_DOUBLE_EQ(standard_uncertainty("1.5(12)"), 1.2);
+    EXPECT_DOUBLE_EQ(standard_uncertainty("295(2)"), 2.0);
+    EXPECT_DOUBLE_EQ(standard_uncertainty("0.0600(2)"), 0.0002);
+    EXPECT_EQ(standard_uncertainty("10"), 0.0);
+    EXPECT_EQ(standard_uncertainty("10()"), 0.0);
+}
+
+std::string cell_text(const std::string& a, const std::string& gamma) {
+    std::string text = "data_x\n";
+    if (!a.empty()) text += "_cell_length_a " + a + "\n";
+    text += "_cell_length_b 10\n_cell_length_c 10\n_cell_angle_alpha 60\n_cell_angle_beta 60\n";
+    text += "_cell_angle_gamma " + gamma + "\n";
+    return text +
+           "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
+           "_atom_site_fract_z\nN1 0.5 0.5 0.5\n";
+}
+
+TEST(Cell, AMissingZeroOrImpossibleCellIsAnErrorNamingTheTag) {
+    const std::pair<std::string, std::string> cases[] = {
+        {cell_text("", "60"), "test.cif: no value of _cell_length_a"},
+        {cell_text("?", "60"), "test.cif:2: no value of _cell_length_a"},
+        {cell_text("0", "60"), "test.cif:2: _cell_length_a 0 is not a positive length"},
+        {cell_text("-5", "60"), "test.cif:2: _cell_length_a -5 is not a positive length"},
+        {cell_text("ten", "60"), "test.cif:2: _cell_length_a 'ten' is not a number"},
+        {cell_text("10", "180"),
+         "test.cif:7: _cell_angle_gamma 180 is not an angle between 0 and 180"},
+        // 60 + 60 < 150: the three angles close no cell.
+        {cell_text("10", "150"),
+         "test.cif:5: the angles _cell_angle_alpha, _cell_angle_beta, _cell_angle_gamma (60, "
+         "60, 150) close no cell"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.second);
+        try {
+            read_text(c.first);
+            ADD_FAILURE() << "no error";
+        } catch (const teska::Error& e) {
+            EXPECT_EQ(std::string(e.what()), c.second);
+        }
+    }
+    // 60, 60, 60 is the rhombohedral cell of the face-centred cube: a valid cell.
+    EXPECT_EQ(read_text(cell_text("10", "60")).info.atoms, 1);
+}
+
+TEST(Sites, ElementsFromChargedAndNumberedTypeSymbols) {
+    const std::pair<const char*, int> cases[] = {
+        {"O2-", 8}, {"Fe3+", 26}, {"Cl1", 17}, {"S-2", 16}, {"V+2", 23}, {"Ag+1", 47},
+        {"H1+", 1}, {"D", 1},     {"SI", 14},  {"C", 6},    {"Q", -1},   {"Cg", -1},
+        {"Xx", -1}, {"Du", -1},   {"", -1},    {"3", -1},
+    };
+    for (const auto& c : cases) EXPECT_EQ(element_from_type_symbol(c.first), c.second) << c.first;
+}
+
+TEST(Sites, ElementsFromLabelsWhenThereIsNoTypeSymbol) {
+    const std::pair<const char*, int> cases[] = {
+        {"C12A", 6},
+        {"Cl1", 17},
+        {"H3'", 1},
+        {"O1W", 8},
+        {"Ti2", 22},
+        {"D4", 1},
+        {"Q1", -1},
+        {"Cg1", -1},
+        {"Cnt", -1},
+        {"Cent2", -1},
+        {"Ctr", -1},
+        {"Lp1", -1},
+        // A two-letter element needs a lower-case second letter: CL1 reads as carbon.
+        {"CL1", 6},
+        {"CA", 6},
+    };
+    for (const auto& c : cases) EXPECT_EQ(element_from_label(c.first), c.second) << c.first;
+}
+
+// Rock salt: Na at (0,0,0) and Cl at (1/2,1/2,1/2) under the 192 operations of F m -3 m
+// fall on the 4 points of the face-centred lattice each: 8 ions, too far apart to bond
+// (2.82 A against (1.40 + 0.99) x 1.15 = 2.75 A).
+TEST(Sites, ChargedSymbolsAndSitesThatAreNoAtoms) {
+    const database_test::Read r = read("charged_symbols.cif");
+    EXPECT_EQ(r.info.symmetry_source, "H-M");
+    EXPECT_EQ(r.info.operations.size(), 192u);
+    EXPECT_EQ(r.info.sites, 2);
+    EXPECT_EQ(r.info.atoms, 8);
+    EXPECT_EQ(formula_counts(r.info), "4xCl 4xNa");
+    EXPECT_EQ(r.info.warnings,
+              std::vector<std::string>{
+                  database_test::data("charged_symbols.cif") +
+                  ":12: 4 sites left out: 2 dummy atoms, peaks or centroids (Q1, Cg1); 1 with "
+                  "unknown coordinates (O9); 1 of zero occupancy (O8)"});
+    EXPECT_EQ(r.store->cif_atoms.cif_atom_label, (std::vector<std::string>{"Na1", "Cl1"}));
+}
+
+TEST(Sites, EverySiteLeftOutIsAnError) {
+    try {
+        read_text(
+            "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n"
+            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
+            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
+            "_atom_site_fract_z\nQ1 0 0 0\nQ2 ? ? ?\n");
+        ADD_FAILURE() << "no error";
+    } catch (const teska::Error& e) {
+        EXPECT_EQ(std::string(e.what()), "test.cif:8: no atoms: every atom site was left out");
+    }
+}
+
+TEST(Sites, ACoordinateThatIsNoNumberIsAnError) {
+    try {
+        read_text(
+            "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n"
+            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
+            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
+            "_atom_site_fract_z\nC1 0 0.5x 0\n");
+        ADD_FAILURE() << "no error";
+    } catch (const teska::Error& e) {
+        EXPECT_EQ(std::string(e.what()), "test.cif:8: site C1: coordinate '0.5x' is not a number");
+    }
+}
+
+// The file's own Cartesian-to-fractional matrix wins over the lattice: here it halves every
+// coordinate, so the ethyne's carbons come 0.6 A apart, not 1.2 A.
+TEST(Sites, CartesianSitesWithTheFilesTransformation) {
+    std::string text = test_support::read_file(database_test::data("cartesian.cif"));
+    text +=
+        "_atom_sites_fract_tran_matrix_11 0.05\n_atom_sites_fract_tran_matrix_12 0\n"
+        "_atom_sites_fract_tran_matrix_13 0\n_atom_sites_fract_tran_matrix_21 0\n"
+        "_atom_sites_fract_tran_matrix_22 0.05\n_atom_sites_fract_tran_matrix_23 0\n"
+        "_atom_sites_fract_tran_matrix_31 0\n_atom_sites_fract_tran_matrix_32 0\n"
+        "_atom_sites_fract_tran_matrix_33 0.05\n";
+    const database_test::Read r = read_text(text);
+    EXPECT_EQ(r.store->cif_atoms.cif_fx.at(0), "0.030000");
+    EXPECT_EQ(r.store->cif_atoms.cif_fx.at(2), "0.277500");
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// Helpers of the database reader's tests: reading a test crystal into a fresh store, the
+// molecule formulas as a sorted list, and the invariants every read must keep (whole
+// molecules, centres of mass in the cell, no atom lost between the cell and the molecules).
+#ifndef TESKA_DATABASE_TEST_SUPPORT_H
+#define TESKA_DATABASE_TEST_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "element_rows.h"
+#include "fileio.h"
+#include "teska/database.h"
+#include "test_support.h"
+
+namespace database_test {
+
+inline std::string data(const std::string& name) {
+    return test_support::test_data("database/" + name);
+}
+
+struct Read {
+    std::unique_ptr<FileIO> store = std::make_unique<FileIO>();
+    teska::CrystalInfo info;
+};
+
+inline Read read(const std::string& name, const teska::ReadOptions& options = {}) {
+    Read result;
+    result.info = teska::read_database_cif(*result.store, data(name), options);
+    return result;
+}
+
+inline Read read_text(const std::string& text, const teska::ReadOptions& options = {}) {
+    Read result;
+    result.info = teska::read_database_cif_text(*result.store, text, "test.cif", options);
+    return result;
+}
+
+// "2xC2H2 1xN2": each formula with its count, in formula order.
+inline std::string formula_counts(const teska::CrystalInfo& info) {
+    std::map<std::string, int> counts;
+    for (const std::string& formula : info.formulas) ++counts[formula];
+    std::string text;
+    for (const auto& entry : counts)
+        text += (text.empty() ? "" : " ") + std::to_string(entry.second) + "x" + entry.first;
+    return text;
+}
+
+inline bool has_warning(const teska::CrystalInfo& info, const std::string& text) {
+    return std::any_of(info.warnings.begin(), info.warnings.end(),
+                       [&](const std::string& w) { return w.find(text) != std::string::npos; });
+}
+
+inline std::string warnings_of(const teska::CrystalInfo& info) {
+    std::string text;
+    for (const std::string& warning : info.warnings) text += warning + "\n";
+    return text;
+}
+
+// Every molecule not bonded to its own image is one bonded piece as placed (bonding radii
+// times the bond scale, no periodic images) with its centre of mass in [0,1); a periodic one
+// lies in the cell; together they hold every atom of the cell once.
+inline void expect_whole_molecules(const FileIO& store, const teska::CrystalInfo& info) {
+    ASSERT_EQ(store.nmols, info.molecules);
+    ASSERT_EQ(static_cast<int>(info.periodic.size()), store.nmols);
+    int atoms = 0;
+    for (int m = 0; m < store.nmols; ++m) {
+        const int n = store.mol_natoms[m];
+        atoms += n;
+        const double* x = store.mol_x[m];
+        const double* f = store.mol_x_s[m];
+        if (info.periodic[m]) {
+            for (int k = 0; k < 3 * n; ++k)
+                EXPECT_TRUE(f[k] >= 0.0 && f[k] < 1.0) << "molecule " << m;
+            continue;
+        }
+        std::vector<char> reached(n, 0);
+        std::vector<int> stack = {0};
+        reached[0] = 1;
+        while (!stack.empty()) {
+            const int i = stack.back();
+            stack.pop_back();
+            for (int j = 0; j < n; ++j) {
+                if (reached[j]) continue;
+                const double d =
+                    std::sqrt((x[3 * i] - x[3 * j]) * (x[3 * i] - x[3 * j]) +
+                              (x[3 * i + 1] - x[3 * j + 1]) * (x[3 * i + 1] - x[3 * j + 1]) +
+                              (x[3 * i + 2] - x[3 * j + 2]) * (x[3 * i + 2] - x[3 * j + 2]));
+                const double limit = (nw_elem_radius_m[store.mol_atypes[m][i]] +
+                                      nw_elem_radius_m[store.mol_atypes[m][j]]) *
+                                     store.bond_scale;
+                if (d < limit) {
+                    reached[j] = 1;
+                    stack.push_back(j);
+                }
+            }
+        }
+        EXPECT_EQ(std::count(reached.begin(), reached.end(), 1), n)
+            << "molecule " << m << " not whole";
+        for (int d = 0; d < 3; ++d) {
+            double sum = 0.0, mass = 0.0;
+            for (int k = 0; k < n; ++k) {
+                const double w =
+                    fileio_detail::element_record_or_dummy(store.mol_atypes[m][k]).mass;
+                sum += w * f[3 * k + d];
+                mass += w;
+            }
+            EXPECT_GE(sum / mass, -1e-9) << "molecule " << m << " axis " << d;
+            EXPECT_LT(sum / mass, 1.0) << "molecule " << m << " axis " << d;
+        }
+    }
+    EXPECT_EQ(atoms, store.natoms_cif);
+    EXPECT_EQ(info.atoms, store.natoms_cif);
+}
+
+}  // namespace database_test
+
+#endif  // TESKA_DATABASE_TEST_SUPPORT_H

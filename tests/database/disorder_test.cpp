@@ -1,0 +1,94 @@
+// Disorder as a chemist reads it: per assembly the major part (or a chosen group, or every
+// part), groups without an assembly paired by their refined occupancies, one orientation of
+// a group about a special position, shared and clashing partial sites as one atom.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "database_test_support.h"
+
+namespace {
+
+using database_test::formula_counts;
+using database_test::read;
+using Labels = std::vector<std::string>;
+
+Labels kept_labels(const database_test::Read& r) { return r.store->cif_atoms.cif_atom_label; }
+
+TEST(Disorder, AssembliesKeepTheirMajorGroupTiesTheLowestNumber) {
+    const database_test::Read r = read("disorder_assemblies.cif");
+    EXPECT_EQ(kept_labels(r), (Labels{"C1", "Cl1", "Cl2A", "C2", "Cl3", "Cl4A"}));
+    EXPECT_EQ(formula_counts(r.info), "2xCCl2");
+    EXPECT_EQ(r.info.disorder_left_out, 2);
+    EXPECT_EQ(r.info.warnings, Labels{database_test::data("disorder_assemblies.cif") +
+                                      ": disorder: the major part kept in 2 assemblies (kept "
+                                      "groups 1, 1); 2 sites left out"});
+    database_test::expect_whole_molecules(*r.store, r.info);
+}
+
+TEST(Disorder, EveryPartOrAChosenGroup) {
+    teska::ReadOptions every;
+    every.disorder = teska::DisorderMode::kAll;
+    const database_test::Read all = read("disorder_assemblies.cif", every);
+    EXPECT_EQ(all.info.atoms, 8);
+    EXPECT_EQ(formula_counts(all.info), "2xCCl3");
+    EXPECT_EQ(all.info.disorder_left_out, 0);
+
+    teska::ReadOptions chosen;
+    chosen.disorder = teska::DisorderMode::kGroup;
+    chosen.disorder_group = "2";
+    const database_test::Read two = read("disorder_assemblies.cif", chosen);
+    EXPECT_EQ(kept_labels(two), (Labels{"C1", "Cl1", "Cl2B", "C2", "Cl3", "Cl4B"}));
+    EXPECT_TRUE(database_test::has_warning(two.info, "disorder: group 2 chosen in 2 assemblies"));
+
+    chosen.disorder_group.clear();
+    EXPECT_THROW(read("disorder_assemblies.cif", chosen), teska::Error);
+}
+
+// Without assemblies, group 1 is the major part of the first fragment (0.7 + 0.3) but the
+// minor one of the second (0.45 + 0.55): each pair is chosen on its own.
+TEST(Disorder, GroupsWithoutAssembliesArePairedAsRefined) {
+    const database_test::Read r = read("disorder_paired.cif");
+    EXPECT_EQ(kept_labels(r), (Labels{"C1", "Cl1", "Cl2A", "C2", "Cl3", "Cl4B"}));
+    EXPECT_EQ(formula_counts(r.info), "2xCCl2");
+}
+
+// The inverted copy of the cyanide lies on the first (its N 0.07 A from the C): it is left
+// out whole, the dinitrogen on the other centre is not touched.
+TEST(Disorder, ANegativeGroupKeepsOneOrientation) {
+    const database_test::Read r = read("disorder_negative.cif");
+    EXPECT_EQ(r.info.atoms, 5);
+    EXPECT_EQ(formula_counts(r.info), "1xCHN 1xN2");
+    EXPECT_EQ(r.info.warnings,
+              Labels{database_test::data("disorder_negative.cif") +
+                     ": 1 negative disorder group (about special positions): one orientation "
+                     "kept, 3 atoms of symmetry copies that overlap or bond to it left out"});
+    database_test::expect_whole_molecules(*r.store, r.info);
+}
+
+// Six half hydrogens 60 degrees apart around the methyl axis: the second set lies 1.03 A from
+// the first, closer than two hydrogens can be, and is left out.
+TEST(Disorder, PartialSitesThatClashAreLeftOut) {
+    const database_test::Read r = read("methyl_half_hydrogens.cif");
+    EXPECT_EQ(formula_counts(r.info), "1xCH3Cl");
+    EXPECT_EQ(kept_labels(r).size(), 8u);  // the sites as read; the clash is in the cell
+    ASSERT_EQ(r.info.warnings.size(), 1u);
+    EXPECT_NE(
+        r.info.warnings[0].find(": 3 partial sites left out: they clash with atoms kept (H1D by "),
+        std::string::npos)
+        << r.info.warnings[0];
+}
+
+TEST(Disorder, SitesOnOnePositionAreOneAtomTheHigherOccupancyWinning) {
+    const database_test::Read r = read("shared_sites.cif");
+    ASSERT_EQ(r.info.atoms, 2);
+    EXPECT_EQ(r.store->cif_atypes[0], 26);  // Fe1A
+    EXPECT_EQ(r.store->cif_atypes[1], 13);  // Al1, not Si1 before it in the file
+    EXPECT_EQ(r.info.warnings,
+              Labels{database_test::data("shared_sites.cif") +
+                     ": 2 atoms of distinct sites on one position merged, the higher occupancy "
+                     "kept: Fe1B into Fe1A, Si1 into Al1"});
+}
+
+}  // namespace
