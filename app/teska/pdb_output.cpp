@@ -1,6 +1,9 @@
 // PDB output with hybrid-36 numbering.
 #include "pdb_output.h"
 
+#include <algorithm>
+#include <charconv>
+
 #include "fileio.h"
 
 namespace teska::cli {
@@ -36,16 +39,49 @@ void place_in_supercell(const FileIO& store, const double f[3], const int offset
     for (int d = 0; d < 3; ++d) r[d] = L[d][0] * g[0] + L[d][1] * g[1] + L[d][2] * g[2];
 }
 
-// The 80-column ATOM record of cif2pdb's files, with the serial and residue as text.
-void write_atom_record(FILE* out, const std::string& serial, int element_row, int name_counter,
-                       const std::string& residue, const double r[3]) {
-    const std::string symbol = symbol_of(element_row);
-    std::fprintf(out, "%-6s%5s %2s%-2X %3.3s %1s%4s    %8.3f%8.3f%8.3f%6.2f%6.2f%10s%2s%2s\n",
-                 "ATOM", serial.c_str(), symbol.c_str(), static_cast<unsigned>(name_counter), "MOL",
-                 "", residue.c_str(), r[0], r[1], r[2], 1.0, 0.0, "", symbol.c_str(), "");
+// Appends text right-justified in width columns; wider text is kept whole, as printf keeps it.
+void put_right(std::string& line, const char* text, std::size_t length, std::size_t width) {
+    if (length < width) line.append(width - length, ' ');
+    line.append(text, length);
+}
+
+// printf's "%W.Pf": std::to_chars gives the same correctly rounded digits, without the cost of
+// printf, which dominated the writing of large cells.
+void put_fixed(std::string& line, double value, int precision, std::size_t width) {
+    char digits[400];
+    const auto result =
+        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, precision);
+    const std::size_t length = result.ec == std::errc()
+                                   ? static_cast<std::size_t>(result.ptr - digits)
+                                   : static_cast<std::size_t>(std::snprintf(
+                                         digits, sizeof digits, "%.*f", precision, value));
+    put_right(line, digits, std::min(length, sizeof digits - 1), width);
 }
 
 }  // namespace
+
+std::string pdb_atom_record(const std::string& serial, int element_row, int name_counter,
+                            const std::string& residue, const double r[3]) {
+    const std::string symbol = symbol_of(element_row);
+    char counter[16];
+    const int counter_length =
+        std::snprintf(counter, sizeof counter, "%X", static_cast<unsigned>(name_counter));
+    std::string line = "ATOM  ";
+    line.reserve(96);
+    put_right(line, serial.data(), serial.size(), 5);
+    line += ' ';
+    put_right(line, symbol.data(), symbol.size(), 2);
+    line.append(counter, static_cast<std::size_t>(counter_length));
+    if (counter_length < 2) line.append(2 - static_cast<std::size_t>(counter_length), ' ');
+    line += " MOL  ";
+    put_right(line, residue.data(), residue.size(), 4);
+    line += "    ";
+    for (int d = 0; d < 3; ++d) put_fixed(line, r[d], 3, 8);
+    line += "  1.00  0.00          ";
+    put_right(line, symbol.data(), symbol.size(), 2);
+    line += "  \n";
+    return line;
+}
 
 std::string hybrid36(int width, long long value) {
     const long long decimal_limit = power(10, width);
@@ -87,8 +123,10 @@ bool write_pdb_model(FILE* out, const FileIO& store, const std::vector<int>& mol
                             for (int d = 0; d < 3; ++d) r[d] = store.mol_x[m][3 * a + d];
                         else
                             place_in_supercell(store, &store.mol_x_s[m][3 * a], offset, r);
-                        write_atom_record(out, hybrid36(5, ++serial), store.mol_atypes[m][a],
-                                          a % kMaxNameCounter + 1, residue_text, r);
+                        const std::string line =
+                            pdb_atom_record(hybrid36(5, ++serial), store.mol_atypes[m][a],
+                                            a % kMaxNameCounter + 1, residue_text, r);
+                        std::fwrite(line.data(), 1, line.size(), out);
                     }
                 }
     std::fprintf(out, "TER\nENDMDL\n");

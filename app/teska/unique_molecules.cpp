@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace teska::cli {
 
@@ -11,15 +12,17 @@ namespace {
 constexpr double kTolerance = 0.1;  // angstrom
 
 struct MoleculeShape {
-    std::vector<int> sorted_elements;
+    int composition = 0;             // equal for molecules with the same atoms of each element
     double centroid[3] = {0, 0, 0};  // fractional, unweighted
 };
 
-MoleculeShape shape_of(const FileIO& store, int m) {
+MoleculeShape shape_of(const FileIO& store, int m, std::map<std::vector<int>, int>& compositions) {
     MoleculeShape shape;
     const int n = store.mol_natoms[m];
-    shape.sorted_elements.assign(store.mol_atypes[m], store.mol_atypes[m] + n);
-    std::sort(shape.sorted_elements.begin(), shape.sorted_elements.end());
+    std::vector<int> sorted_elements(store.mol_atypes[m], store.mol_atypes[m] + n);
+    std::sort(sorted_elements.begin(), sorted_elements.end());
+    shape.composition =
+        compositions.emplace(sorted_elements, static_cast<int>(compositions.size())).first->second;
     for (int a = 0; a < n; ++a)
         for (int d = 0; d < 3; ++d) shape.centroid[d] += store.mol_x_s[m][3 * a + d] / n;
     return shape;
@@ -61,7 +64,7 @@ bool maps_atoms(const FileIO& store, int i, int j, const SymmetryOperation& op,
 }
 
 bool is_image(const Structure& s, int i, const MoleculeShape& si, int j, const MoleculeShape& sj) {
-    if (si.sorted_elements != sj.sorted_elements) return false;
+    if (si.composition != sj.composition) return false;
     for (const SymmetryOperation& op : s.operations) {
         double centre[3], shift[3], df[3];
         apply(op, si.centroid, centre);
@@ -85,8 +88,9 @@ std::vector<int> all_molecules(const Structure& s) {
 
 std::vector<int> unique_molecules(const Structure& s) {
     if (!s.has_cell || s.store.mol_x_s == nullptr) return all_molecules(s);
+    std::map<std::vector<int>, int> compositions;
     std::vector<MoleculeShape> shapes;
-    for (int m = 0; m < s.store.nmols; ++m) shapes.push_back(shape_of(s.store, m));
+    for (int m = 0; m < s.store.nmols; ++m) shapes.push_back(shape_of(s.store, m, compositions));
     std::vector<int> kept;
     for (int j = 0; j < s.store.nmols; ++j) {
         const bool image = std::any_of(kept.begin(), kept.end(), [&](int i) {

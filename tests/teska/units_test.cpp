@@ -37,6 +37,32 @@ TEST(Hybrid36, DecimalThenUpperThenLowerCaseBase36) {
         EXPECT_EQ(hybrid36(width, value), text) << width << " " << value;
 }
 
+// The ATOM record formatted without printf is printf's record, byte for byte: rounding at the
+// third decimal (ties of binary values both ways), negative zero, numbers wider than their columns,
+// one- and two-letter symbols, counters of one and two hexadecimal digits.
+TEST(PdbRecord, IsPrintfsRecord) {
+    const double values[] = {0.0,     -0.0,      0.0005,   -0.0005,   0.0015,   2.0625,
+                             1.2345,  -1.2345,   999.9995, -999.9995, 1234.567, -1000.0,
+                             12345.6, -54321.98, 1.0e-10,  4.35,      -7.905,   123456789.0};
+    const std::vector<std::tuple<std::string, int, int, std::string>> names = {
+        {"    1", 1, 1, "   1"},
+        {"99999", 17, 10, "9999"},
+        {"A0000", 6, 255, "A000"},
+        {"   12", -1, 16, "  12"}};
+    for (const auto& [serial, row, counter, residue] : names)
+        for (double x : values) {
+            const double r[3] = {x, -x, x * 0.5};
+            const std::string symbol = row == 1 ? "H" : row == 17 ? "Cl" : row == 6 ? "C" : "X";
+            char expected[256];
+            std::snprintf(expected, sizeof expected,
+                          "%-6s%5s %2s%-2X %3.3s %1s%4s    %8.3f%8.3f%8.3f%6.2f%6.2f%10s%2s%2s\n",
+                          "ATOM", serial.c_str(), symbol.c_str(), static_cast<unsigned>(counter),
+                          "MOL", "", residue.c_str(), r[0], r[1], r[2], 1.0, 0.0, "",
+                          symbol.c_str(), "");
+            EXPECT_EQ(pdb_atom_record(serial, row, counter, residue, r), expected) << x;
+        }
+}
+
 // Every item in exactly one shard, shards in input order, sizes within one of each other.
 TEST(Shards, PartitionEveryListInOrder) {
     for (std::size_t count = 0; count <= 20; ++count)
