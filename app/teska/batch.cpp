@@ -67,11 +67,13 @@ void write_all(int fd, const std::string& data) {
     JobResult result;
     try {
         result = work(index);
-    } catch (const std::exception& e) {
+    } catch (const Failure& e) {
         result = JobResult();
         result.error = e.what();
-        if (dynamic_cast<const Failure*>(&e) == nullptr)
-            result.error = item.input + ": " + e.what();
+    } catch (const std::exception& e) {
+        // The store's molfile reader lets a substring error of a short atom line through.
+        result = JobResult();
+        result.error = item.input + ": the reader stopped: " + e.what();
     }
     std::cout.flush();
     std::fflush(nullptr);
