@@ -28,6 +28,10 @@ using Clock = std::chrono::steady_clock;
 
 volatile std::sig_atomic_t g_stop_signal = 0;
 
+// In a child: standard output and error go to the capture file; how much of it was taken.
+bool g_in_child = false;
+off_t g_child_output_taken = 0;
+
 void on_stop_signal(int signal) { g_stop_signal = signal; }
 
 // SIGINT and SIGTERM interrupt poll() in the parent; the children get the default actions back.
@@ -64,6 +68,7 @@ void write_all(int fd, const std::string& data) {
     set_stop_handlers(false);
     ::dup2(::fileno(capture), STDOUT_FILENO);
     ::dup2(::fileno(capture), STDERR_FILENO);
+    g_in_child = true;
     JobResult result;
     try {
         result = work(index);
@@ -115,9 +120,10 @@ JobResult finish_child(Child& child, const BatchItem& item, int wait_status) {
         }
         result.error = item.input + ": " + message;
         remove_staging(item, child.pid);
+        // A child with a result took the store's warnings itself (take_child_output).
+        for (const std::string& warning : store_warnings(captured))
+            result.warnings.push_back(item.input + ": warning: " + warning);
     }
-    for (const std::string& warning : store_warnings(captured))
-        result.warnings.push_back(item.input + ": warning: " + warning);
     return result;
 }
 
@@ -190,6 +196,21 @@ int poll_timeout(const std::vector<Child>& running, bool progress) {
 }
 
 }  // namespace
+
+std::string take_child_output() {
+    if (!g_in_child) return std::string();
+    std::cout.flush();
+    std::fflush(stdout);
+    std::fflush(stderr);
+    std::string text;
+    char buffer[4096];
+    for (ssize_t n;
+         (n = ::pread(STDOUT_FILENO, buffer, sizeof buffer, g_child_output_taken)) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(n));
+        g_child_output_taken += n;
+    }
+    return text;
+}
 
 bool run_batch(const std::vector<BatchItem>& items, const BatchWork& work,
                const BatchCommit& commit, const BatchSettings& settings, Progress& progress) {

@@ -30,6 +30,10 @@ struct BatchSettings {
 using BatchWork = std::function<JobResult(std::size_t index)>;
 using BatchCommit = std::function<void(std::size_t index, const JobResult& result)>;
 
+// In the child working on an input: what the store printed on standard output and standard
+// error (both go to the child's capture file) since the last call; empty outside a child.
+std::string take_child_output();
+
 // Runs work(i) for every item in children; calls commit(i, result) in the parent in order of i.
 // Failures of the child are turned into failed results naming the input with the store's own
 // message when it left one. Returns false when SIGINT or SIGTERM stopped the batch (running

@@ -4,6 +4,8 @@
 #include <memory>
 #include <vector>
 
+#include "batch.h"
+#include "captured_output.h"
 #include "failure.h"
 #include "formulas.h"
 #include "paths.h"
@@ -15,6 +17,8 @@ void describe(const Structure& s, const std::string& input, JobResult& result) {
     result.atoms = s.atom_count();
     result.molecules = s.store.nmols;
     result.formulas = grouped_formulas(s.molecule_formulas());
+    for (const std::string& warning : store_warnings(take_child_output()))
+        result.warnings.push_back(input + ": warning: " + warning);
     for (const std::string& warning : s.warnings)
         result.warnings.push_back(as_warning(input, warning));
 }

@@ -28,7 +28,8 @@ struct ConvertSettings {
 // Throws Failure; the store's own readers may end the process instead.
 JobResult convert_input(const ConvertPlan& plan, const ConvertSettings& settings);
 
-// What the report says of a read structure: atoms, molecules, their formulas, warnings.
+// What the report says of a read structure: atoms, molecules, their formulas, and the warnings:
+// those the store printed while reading (in a child of the batch) and the reader's own.
 void describe(const Structure& s, const std::string& input, JobResult& result);
 
 }  // namespace teska::cli

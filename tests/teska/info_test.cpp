@@ -81,7 +81,9 @@ TEST(Info, MoleculeFilesWithAndWithoutACell) {
     ASSERT_EQ(run_teska({"convert", "naph.cif", "-o", "cell.pdb"}, dir.path()).status, 0);
     const auto run = run_teska(
         {"info", "naph_01.mol", "naph.xyz", "--cell", "20,20,20,90,90,90", "--json"}, dir.path());
-    const auto bare = run_teska({"info", "naph.xyz", "cell.pdb", "--json"}, dir.path());
+    write_file(dir.file("chiral.mol"), read_file(test_data("readers/chiral_2.mol")));
+    const auto bare =
+        run_teska({"info", "naph.xyz", "cell.pdb", "chiral.mol", "--json"}, dir.path());
     Json with_cell, without_cell;
     ASSERT_TRUE(JsonReader::parse(run.out, &with_cell)) << run.out;
     ASSERT_TRUE(JsonReader::parse(bare.out, &without_cell)) << bare.out;
@@ -100,6 +102,12 @@ TEST(Info, MoleculeFilesWithAndWithoutACell) {
     EXPECT_EQ(pdb["cell"]["beta"].number, 122.92);
     EXPECT_EQ(pdb["molecules"].number, 2);
     EXPECT_EQ(pdb["formula"].text, "C20H16");
+    // The store's reader prints its warning and reads on: the warning is the input's.
+    const Json& chiral = without_cell.items.at(2);
+    ASSERT_EQ(chiral["warnings"].items.size(), 1u);
+    EXPECT_EQ(chiral["warnings"].items[0].text,
+              "chiral.mol: warning: The Chiral Flag should be either 0 or 1. The value of 2 will "
+              "be ignored.");
 }
 
 }  // namespace
