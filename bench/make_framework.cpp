@@ -1,10 +1,10 @@
 // Writes a framework crystal for the benchmark: space group F m -3 m (192 operations) with a
 // simple cubic grid of carbon atoms (1.5 angstrom apart by default: bonded to the six nearest
-// only), so that the whole cell is one network bonded to its own images. The asymmetric unit is one grid point per orbit, many of them on
-// special positions (mirror planes, axes, inversion centres), written with six decimals so
-// that their images coincide only within the expansion's overlap bound. The sites are listed
-// in a fixed shuffled order, as a refinement program lists them: neighbours in the file are
-// rarely neighbours in the crystal.
+// only), so that the whole cell is one network bonded to its own images. The asymmetric unit is one
+// grid point per orbit, many of them on special positions (mirror planes, axes, inversion centres),
+// written with six decimals so that their images coincide only within the expansion's overlap
+// bound. The sites are listed in a fixed shuffled order, as a refinement program lists them:
+// neighbours in the file are rarely neighbours in the crystal.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -24,7 +24,8 @@ struct GridOperation {
 
 // The 48 signed permutations of m-3m times the four translations of the F lattice.
 std::vector<GridOperation> fm3m_operations() {
-    const int permutations[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1}, {1, 0, 2}, {0, 2, 1}, {2, 1, 0}};
+    const int permutations[6][3] = {{0, 1, 2}, {1, 2, 0}, {2, 0, 1},
+                                    {1, 0, 2}, {0, 2, 1}, {2, 1, 0}};
     const int centring[4][3] = {{0, 0, 0}, {0, 1, 1}, {1, 0, 1}, {1, 1, 0}};
     std::vector<GridOperation> ops;
     for (const auto& t : centring)
@@ -85,7 +86,8 @@ int main(int argc, char** argv) {
             for (int k = 0; k < grid; ++k) {
                 const Point p{i, j, k};
                 bool smallest = true;
-                for (const GridOperation& op : ops) smallest = smallest && !(apply(op, p, grid) < p);
+                for (const GridOperation& op : ops)
+                    smallest = smallest && !(apply(op, p, grid) < p);
                 if (smallest) asymmetric.push_back(p);
             }
 
@@ -103,11 +105,13 @@ int main(int argc, char** argv) {
         std::fprintf(out, "%-34s%.4f\n", tag, grid * spacing);
     for (const char* tag : {"_cell_angle_alpha", "_cell_angle_beta", "_cell_angle_gamma"})
         std::fprintf(out, "%-34s90.000\n", tag);
-    std::fprintf(out, "# %zu sites, %d atoms in the cell\n\n", asymmetric.size(), grid * grid * grid);
+    std::fprintf(out, "# %zu sites, %d atoms in the cell\n\n", asymmetric.size(),
+                 grid * grid * grid);
     std::fprintf(out, "loop_\n_symmetry_equiv_pos_as_xyz\n");
     for (const GridOperation& op : ops) std::fprintf(out, "'%s'\n", triplet(op).c_str());
-    std::fprintf(out, "\nloop_\n_atom_site_label\n_atom_site_type_symbol\n_atom_site_fract_x\n"
-                      "_atom_site_fract_y\n_atom_site_fract_z\n");
+    std::fprintf(out,
+                 "\nloop_\n_atom_site_label\n_atom_site_type_symbol\n_atom_site_fract_x\n"
+                 "_atom_site_fract_y\n_atom_site_fract_z\n");
     int label = 0;
     for (const Point& p : asymmetric)
         std::fprintf(out, "C%d C %.6f %.6f %.6f\n", ++label, double(p[0]) / grid,

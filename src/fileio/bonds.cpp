@@ -108,8 +108,8 @@ void FileIO::find_bond_atom_one(int natoms, double* x_s, double* radius, int* fl
     const auto bonded_moving_candidate = [&](int i, int j, double* d) {
         const double limit = (radius[i] + radius[j]) * bond_scale;
         double f[3];
-        const PairBond bond = fileio_detail::bonded_direct_then_folded(cell_latt3x3, limit,
-                                                                       &x_s[3 * i], &x_s[3 * j], d, f);
+        const PairBond bond = fileio_detail::bonded_direct_then_folded(
+            cell_latt3x3, limit, &x_s[3 * i], &x_s[3 * j], d, f);
         if (bond == PairBond::kFolded)
             for (int k = 0; k < 3; ++k) x_s[3 * i + k] = x_s[3 * j + k] - f[k];
         return bond != PairBond::kNone;

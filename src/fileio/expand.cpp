@@ -117,8 +117,8 @@ ImageKind image_kind(const double* p) {
 
 namespace fileio_detail {
 
-std::vector<char> mark_overlapping_images_literal(FileIO& store, const double* x,
-                                                  long long count, long long* overlaps) {
+std::vector<char> mark_overlapping_images_literal(FileIO& store, const double* x, long long count,
+                                                  long long* overlaps) {
     std::vector<char> removed(static_cast<std::size_t>(count), 0);
     *overlaps = 0;
     for (long long i = 0; i < count; ++i) {

@@ -15,8 +15,8 @@ std::vector<char> mark_overlapping_images(FileIO& store, const double* x, long l
                                           long long* overlaps);
 
 // The same by comparing every pair of kept images.
-std::vector<char> mark_overlapping_images_literal(FileIO& store, const double* x,
-                                                  long long count, long long* overlaps);
+std::vector<char> mark_overlapping_images_literal(FileIO& store, const double* x, long long count,
+                                                  long long* overlaps);
 
 }  // namespace fileio_detail
 

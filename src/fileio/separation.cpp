@@ -44,8 +44,7 @@ void grow_molecules_indexed(FileIO& store, bool periodic) {
     const fileio_detail::BondRule rule = fileio_detail::store_bond_rule(
         store, periodic ? ImageRule::kFolded : ImageRule::kCartesian);
     fileio_detail::grow_components(rule, store.natoms_cif, periodic ? store.cif_x_s : store.cif_x,
-                                   store.cif_radius, &store.mol_natoms_list,
-                                   &store.mol_atom_list);
+                                   store.cif_radius, &store.mol_natoms_list, &store.mol_atom_list);
 }
 
 // Coordinates the index cannot take (not finite, or too large to fold exactly) go the literal

@@ -90,8 +90,8 @@ int grow_whole_piece_literal(FileIO& store, int natoms, double* x_s, double* rad
     for (int k = 0; k < natoms; ++k) {
         int first = -1, second = -1;
         double distance = 0.0;
-        store.find_bond_atom_one(natoms, x_s, radius, flags.data(), k, list.data(), &first,
-                                 &second, &distance);
+        store.find_bond_atom_one(natoms, x_s, radius, flags.data(), k, list.data(), &first, &second,
+                                 &distance);
         if (first < 0) break;
         flags[first] = 0;
         list[k] = first;

@@ -50,8 +50,8 @@ void axis_reach(const BondRule& rule, double cutoff, double reach[3]) {
     double inv[3][3];
     inverse_rows(rule.latt, inv);
     for (int k = 0; k < 3; ++k)
-        reach[k] = cutoff * std::sqrt(inv[k][0] * inv[k][0] + inv[k][1] * inv[k][1] +
-                                      inv[k][2] * inv[k][2]);
+        reach[k] = cutoff *
+                   std::sqrt(inv[k][0] * inv[k][0] + inv[k][1] * inv[k][1] + inv[k][2] * inv[k][2]);
 }
 
 // The lattice translation t that brings a candidate at xc nearest to a member at xm (the
@@ -79,26 +79,37 @@ double minimum_image(const double L[3][3], const double* xc, const double* xm, d
     return best;
 }
 
+// Bins the atoms whose radius is a usable number; the others ("wide" atoms) are listed to be
+// tested against every atom. The bins reach as far as the largest bond between binned atoms.
+std::unique_ptr<CellBins> bin_atoms(const BondRule& rule, int natoms, const double* x,
+                                    const double* radius, std::vector<int>* wide) {
+    std::vector<int> binned;
+    double largest = 0.0;
+    for (int a = 0; a < natoms; ++a) {
+        if (radius[a] >= 0.0 && radius[a] <= kBinnedRadiusLimit) {
+            binned.push_back(a);
+            if (radius[a] > largest) largest = radius[a];
+        } else {
+            wide->push_back(a);
+        }
+    }
+    double reach[3];
+    axis_reach(rule, (largest + largest) * rule.bond_scale, reach);
+    return std::make_unique<CellBins>(x, binned, reach, rule.image != ImageRule::kCartesian);
+}
+
 class Growth {
    public:
     Growth(const BondRule& rule, int natoms, double* x, const double* radius)
-        : rule_(rule), n_(natoms), x_(x), radius_(radius), wide_(natoms, 0),
-          placed_(natoms, 0), partner_(natoms, -1) {
-        std::vector<int> binned;
-        double largest = 0.0;
-        for (int a = 0; a < n_; ++a) {
-            if (radius_[a] >= 0.0 && radius_[a] <= kBinnedRadiusLimit) {
-                binned.push_back(a);
-                if (radius_[a] > largest) largest = radius_[a];
-            } else {
-                wide_[a] = 1;
-                wide_atoms_.push_back(a);
-            }
-        }
-        double reach[3];
-        axis_reach(rule_, (largest + largest) * rule_.bond_scale, reach);
-        bins_ = std::make_unique<CellBins>(x_, binned, reach,
-                                           rule_.image != ImageRule::kCartesian);
+        : rule_(rule),
+          n_(natoms),
+          x_(x),
+          radius_(radius),
+          wide_(natoms, 0),
+          placed_(natoms, 0),
+          partner_(natoms, -1) {
+        bins_ = bin_atoms(rule_, n_, x_, radius_, &wide_atoms_);
+        for (int a : wide_atoms_) wide_[a] = 1;
     }
 
     // Places seed and then, lowest index first, every atom bonded to the component.
@@ -214,21 +225,13 @@ std::vector<char> components_bonded_to_own_image(const BondRule& rule, int natom
     std::vector<int> component(natoms, -1);
     std::size_t s = 0;
     for (std::size_t c = 0; c < sizes.size(); ++c)
-        for (int k = 0; k < sizes[c] && s < order.size(); ++k) component[order[s++]] = static_cast<int>(c);
+        for (int k = 0; k < sizes[c] && s < order.size(); ++k)
+            component[order[s++]] = static_cast<int>(c);
 
-    std::vector<int> binned, wide;
-    double largest = 0.0;
-    for (int a = 0; a < natoms; ++a) {
-        if (radius[a] >= 0.0 && radius[a] <= kBinnedRadiusLimit) {
-            binned.push_back(a);
-            if (radius[a] > largest) largest = radius[a];
-        } else {
-            wide.push_back(a);
-        }
-    }
-    double reach[3];
-    axis_reach(rule, (largest + largest) * rule.bond_scale, reach);
-    const CellBins bins(x_s, binned, reach, true);
+    std::vector<int> wide;
+    const std::unique_ptr<CellBins> bins = bin_atoms(rule, natoms, x_s, radius, &wide);
+    std::vector<char> is_wide(natoms, 0);
+    for (int a : wide) is_wide[a] = 1;
 
     // A bonded pair of one component whose shortest image is not where it was placed.
     const auto check = [&](int a, int b) {
@@ -239,8 +242,9 @@ std::vector<char> components_bonded_to_own_image(const BondRule& rule, int natom
         if ((radius[a] + radius[b]) * rule.bond_scale > d && (t[0] != 0 || t[1] != 0 || t[2] != 0))
             periodic[c] = 1;
     };
-    for (int a : binned) {
-        bins.for_each_near(x_s + 3 * a, [&](int b) {
+    for (int a = 0; a < natoms; ++a) {
+        if (is_wide[a]) continue;
+        bins->for_each_near(x_s + 3 * a, [&](int b) {
             check(a, b);
             return true;
         });

@@ -68,7 +68,7 @@ class CellBins {
     std::array<int, 3> bins_{1, 1, 1};
     std::array<double, 3> origin_{0.0, 0.0, 0.0};  // open grids: lower corner of the box
     std::array<double, 3> scale_{1.0, 1.0, 1.0};   // bins per unit length
-    std::vector<int> start_;                       // atoms of bin c: atoms_[start_[c] .. start_[c+1])
+    std::vector<int> start_;  // atoms of bin c: atoms_[start_[c] .. start_[c+1])
     std::vector<int> atoms_;
 };
 

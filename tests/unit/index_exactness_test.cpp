@@ -38,8 +38,12 @@ class CellGenerator {
     // A valid cell with angles from 30 to 150 degrees.
     void make_cell(FileIO& store) {
         for (;;) {
-            double cell[6] = {uniform(4.0, 14.0), uniform(4.0, 14.0), uniform(4.0, 14.0),
-                              angle(), angle(), angle()};
+            double cell[6] = {uniform(4.0, 14.0),
+                              uniform(4.0, 14.0),
+                              uniform(4.0, 14.0),
+                              angle(),
+                              angle(),
+                              angle()};
             double latt[3][3];
             store.cell_cell6_to_latt3x3(cell, latt);
             if (std::isfinite(latt[2][2]) && latt[2][2] > 1.0) {
@@ -55,11 +59,21 @@ class CellGenerator {
         const int pieces = static_cast<int>(uniform(1, 7));
         for (int p = 0; p < pieces; ++p) {
             switch (static_cast<int>(uniform(0, 5))) {
-                case 0: chain(store, x, rows, static_cast<int>(uniform(2, 30))); break;
-                case 1: face_atoms(x, rows); break;
-                case 2: network(store, x, rows); break;
-                case 3: chain(store, x, rows, static_cast<int>(uniform(30, 80))); break;
-                default: scattered(x, rows, static_cast<int>(uniform(1, 20))); break;
+                case 0:
+                    chain(store, x, rows, static_cast<int>(uniform(2, 30)));
+                    break;
+                case 1:
+                    face_atoms(x, rows);
+                    break;
+                case 2:
+                    network(store, x, rows);
+                    break;
+                case 3:
+                    chain(store, x, rows, static_cast<int>(uniform(30, 80)));
+                    break;
+                default:
+                    scattered(x, rows, static_cast<int>(uniform(1, 20)));
+                    break;
             }
         }
         return x;
@@ -84,7 +98,8 @@ class CellGenerator {
                     if (coin(0.2)) r[c] += coin(0.5) ? 1.0 : -1.0;
                     if (coin(0.03)) r[c] += 2.0;
                 }
-                if (coin(0.5) && far == 0.0) std::memcpy(q, r, sizeof q);  // a chain of near-duplicates
+                if (coin(0.5) && far == 0.0)
+                    std::memcpy(q, r, sizeof q);  // a chain of near-duplicates
                 if (coin(0.01)) r[static_cast<int>(uniform(0, 3))] = std::nan("");
                 x.insert(x.end(), r, r + 3);
             }
@@ -103,12 +118,18 @@ class CellGenerator {
     // On a face, just inside or outside it, or anywhere.
     double face_coordinate() {
         switch (static_cast<int>(uniform(0, 6))) {
-            case 0: return 0.0;
-            case 1: return 1.0;
-            case 2: return uniform(-1e-6, 1e-6);
-            case 3: return 1.0 - uniform(0.0, 1e-3);
-            case 4: return 0.5 + uniform(-1e-4, 1e-4);
-            default: return uniform(0.0, 1.0);
+            case 0:
+                return 0.0;
+            case 1:
+                return 1.0;
+            case 2:
+                return uniform(-1e-6, 1e-6);
+            case 3:
+                return 1.0 - uniform(0.0, 1e-3);
+            case 4:
+                return 0.5 + uniform(-1e-4, 1e-4);
+            default:
+                return uniform(0.0, 1.0);
         }
     }
 
