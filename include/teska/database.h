@@ -48,9 +48,9 @@ struct ReadOptions {
 struct CrystalInfo {
     std::string file;
     std::string block;
-    std::string spacegroup;       // H-M name as used, or as given
-    int spacegroup_number = 0;    // 0 when the operations form no group of the table
-    std::string symmetry_source;  // "loop", "Hall", "H-M", "number" or "none"
+    std::string spacegroup;                  // H-M name as used, or as given
+    int spacegroup_number = 0;               // 0 when the operations form no group of the table
+    std::string symmetry_source;             // "loop", "Hall", "H-M", "number" or "none"
     double cell[6] = {0, 0, 0, 0, 0, 0};     // a, b, c (angstrom), alpha, beta, gamma (deg)
     double cell_su[6] = {0, 0, 0, 0, 0, 0};  // their standard uncertainties, 0 when not given
     int sites = 0;                           // atom sites read (dummies and the like left out)
@@ -60,9 +60,10 @@ struct CrystalInfo {
     int molecules = 0;  // entries of the store's molecule arrays
     // Per molecule: 1 when it is bonded to its own periodic image (kept as one residue, not whole).
     std::vector<char> periodic;
-    std::vector<std::string> formulas;  // per molecule, Hill order ("C14H10")
-    int disorder_left_out = 0;          // sites left out by the disorder choice
-    std::vector<std::string> warnings;  // formatted like Error::what()
+    std::vector<std::string> formulas;                 // per molecule, Hill order ("C14H10")
+    int disorder_left_out = 0;                         // sites left out by the disorder choice
+    std::vector<std::string> disorder_left_out_sites;  // their labels, in file order
+    std::vector<std::string> warnings;                 // formatted like Error::what()
 };
 
 // Reads one data block of a CIF file into the store: the cell (cell_latt, cell_latt3x3 and
@@ -73,8 +74,8 @@ struct CrystalInfo {
 CrystalInfo read_database_cif(FileIO& store, const std::string& path,
                               const ReadOptions& options = {});
 // The same from text in memory; name stands for the file in messages.
-CrystalInfo read_database_cif_text(FileIO& store, const std::string& text,
-                                   const std::string& name, const ReadOptions& options = {});
+CrystalInfo read_database_cif_text(FileIO& store, const std::string& text, const std::string& name,
+                                   const ReadOptions& options = {});
 // Names of the data blocks that hold atom sites, in file order. Throws teska::Error.
 std::vector<std::string> database_blocks_with_atoms(const std::string& path);
 

@@ -149,7 +149,8 @@ int element_from_label(const std::string& label);
 // The atom sites of the block with fractional coordinates (Cartesian ones are converted with
 // the file's transformation matrix, else with the store's lattice, which must be set).
 // Dummy atoms, peaks and centroids, sites with unknown coordinates and sites of zero
-// occupancy are left out with one warning.
+// occupancy are left out with one warning. The columns of the sites read are appended, as
+// text, to the store's atom columns.
 std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& report);
 
 // ----- Disorder (disorder.cpp) -----

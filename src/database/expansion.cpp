@@ -70,32 +70,36 @@ double radius_of(int element) { return nw_elem_radius_m[element]; }
 int drop_overlapping_copies(const std::vector<Site>& sites, const DisorderChoice& disorder,
                             const std::vector<Image>& images, const Lattice& lattice,
                             double bond_scale, std::vector<char>* removed) {
+    if (disorder.negative_groups == 0) return 0;
+    double largest_radius = 0.0;
+    for (const Image& image : images)
+        if (disorder.copy_set[image.site] >= 0)
+            largest_radius = std::max(largest_radius, radius_of(sites[image.site].element));
+    const double reach = 2.0 * largest_radius * bond_scale;
     int dropped = 0;
     for (int set = 0; set < disorder.negative_groups; ++set) {
-        std::vector<int> kept_atoms;
+        PeriodicBins kept(lattice, reach, static_cast<int>(images.size()));
         std::vector<int> copy;
-        auto flush_copy = [&]() {
+        auto touches_kept = [&](int a) {
             bool touches = false;
-            for (int a : copy) {
-                for (int b : kept_atoms) {
-                    double d[3];
-                    for (int c = 0; c < 3; ++c) d[c] = images[b].frac[c] - images[a].frac[c];
-                    const double limit = (radius_of(sites[images[a].site].element) +
-                                          radius_of(sites[images[b].site].element)) *
-                                         bond_scale;
-                    if (lattice.min_image_distance2(d) < limit * limit) {
-                        touches = true;
-                        break;
-                    }
-                }
-                if (touches) break;
-            }
+            kept.for_each_near(images[a].frac, [&](int b) {
+                double d[3];
+                for (int c = 0; c < 3; ++c) d[c] = images[b].frac[c] - images[a].frac[c];
+                const double limit = (radius_of(sites[images[a].site].element) +
+                                      radius_of(sites[images[b].site].element)) *
+                                     bond_scale;
+                if (lattice.min_image_distance2(d) < limit * limit) touches = true;
+            });
+            return touches;
+        };
+        auto flush_copy = [&]() {
+            const bool touches = std::any_of(copy.begin(), copy.end(), touches_kept);
             for (int a : copy) {
                 if (touches) {
                     (*removed)[a] = 1;
                     ++dropped;
                 } else {
-                    kept_atoms.push_back(a);
+                    kept.add(a, images[a].frac);
                 }
             }
             copy.clear();

@@ -3,11 +3,12 @@
 // fatal policy, so that no error ends the process; their errors come back as teska::Error.
 #include <cmath>
 #include <cstdio>
+#include <exception>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "database_detail.h"
-#include "element_rows.h"
 #include "fatal.h"
 #include "fileio.h"
 #include "teska/database.h"
@@ -34,15 +35,8 @@ void clear_store_lists(FileIO& store) {
     store.mol_atom_list.clear();
 }
 
-std::string coordinate_text(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6f", value);
-    return text;
-}
-
 void store_texts(FileIO& store, gemmi::cif::Block& block, const std::string& name,
-                 const Symmetry& symmetry, const std::vector<Site>& sites,
-                 const DisorderChoice& disorder) {
+                 const Symmetry& symmetry) {
     store.input_filename = name;
     store.identifier = block.name;
     const std::string* common = single_value(block, "_chemical_name_common");
@@ -53,16 +47,14 @@ void store_texts(FileIO& store, gemmi::cif::Block& block, const std::string& nam
     store.spacegroup_name = symmetry.name;
     store.spacegroup_number = symmetry.number > 0 ? symmetry.number : -1;
     for (const gemmi::Op& op : symmetry.ops) store.cif_symops.push_back(op.triplet());
-    Atoms& atoms = store.cif_atoms;
-    for (std::size_t i = 0; i < sites.size(); ++i) {
-        if (!disorder.keep[i]) continue;
-        const Site& site = sites[i];
-        atoms.cif_atom_label.push_back(site.label);
-        atoms.cif_atom_symbol.push_back(fileio_detail::element_symbol(site.element));
-        atoms.cif_fx.push_back(coordinate_text(site.frac[0]));
-        atoms.cif_fy.push_back(coordinate_text(site.frac[1]));
-        atoms.cif_fz.push_back(coordinate_text(site.frac[2]));
-    }
+}
+
+std::vector<std::string> labels_left_out(const std::vector<Site>& sites,
+                                         const DisorderChoice& disorder) {
+    std::vector<std::string> labels;
+    for (std::size_t i = 0; i < sites.size(); ++i)
+        if (!disorder.keep[i]) labels.push_back(sites[i].label);
+    return labels;
 }
 
 std::vector<std::vector<double>> operation_matrices(const std::vector<gemmi::Op>& ops) {
@@ -99,7 +91,7 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
         expand_sites(sites, disorder, symmetry.ops, lattice, options.bond_scale, report);
     if (expansion.atoms.empty()) report.fail(0, 0, "no atoms left after the disorder choice");
     const Molecules molecules = store_molecules(store, expansion, options.bond_scale, report);
-    store_texts(store, block, name, symmetry, sites, disorder);
+    store_texts(store, block, name, symmetry);
 
     CrystalInfo info;
     info.file = name;
@@ -118,17 +110,25 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     info.periodic = molecules.periodic;
     info.formulas = molecules.formulas;
     info.disorder_left_out = disorder.left_out;
+    info.disorder_left_out_sites = labels_left_out(sites, disorder);
     info.warnings = report.warnings();
     return info;
 }
 
+// Whatever a stage or a store member raises comes back as teska::Error naming the file.
 CrystalInfo read_block(FileIO& store, gemmi::cif::Block& block, const std::string& name,
                        const ReadOptions& options, Report& report) {
     check_options(options, report);
     const ScopedFatalPolicy raise(FatalPolicy::kRaise);
     try {
         return read_block_stages(store, block, name, options, report);
+    } catch (const Error&) {
+        throw;
     } catch (const FatalError& e) {
+        report.fail(0, 0, e.what());
+    } catch (const std::bad_alloc&) {
+        report.fail(0, 0, "not enough memory");
+    } catch (const std::exception& e) {
         report.fail(0, 0, e.what());
     }
 }

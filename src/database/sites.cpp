@@ -246,6 +246,13 @@ std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& re
         } else {
             store.coord_c2f(x, site.frac);
         }
+        // The store keeps the columns of the sites that are atoms as the file gives them.
+        Atoms& texts = store.cif_atoms;
+        texts.cif_atom_label.push_back(site.label);
+        texts.cif_atom_symbol.push_back(type_symbol);
+        texts.cif_fx.push_back(cif::as_string(row[kX]));
+        texts.cif_fy.push_back(cif::as_string(row[kY]));
+        texts.cif_fz.push_back(cif::as_string(row[kZ]));
         site.assembly = optional_text(row, kAssembly);
         site.group = optional_text(row, kGroup);
         if (site.group.empty() && !row.has(kGroup)) site.group = optional_text(row, kAltId);

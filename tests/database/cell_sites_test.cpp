@@ -150,8 +150,9 @@ TEST(Sites, CartesianSitesWithTheFilesTransformation) {
         "_atom_sites_fract_tran_matrix_31 0\n_atom_sites_fract_tran_matrix_32 0\n"
         "_atom_sites_fract_tran_matrix_33 0.05\n";
     const database_test::Read r = read_text(text);
-    EXPECT_EQ(r.store->cif_atoms.cif_fx.at(0), "0.030000");
-    EXPECT_EQ(r.store->cif_atoms.cif_fx.at(2), "0.277500");
+    EXPECT_EQ(r.store->cif_atoms.cif_fx.at(0), "0.600");  // the column as written
+    EXPECT_DOUBLE_EQ(r.store->cif_x_s[0], 0.03);          // C1
+    EXPECT_DOUBLE_EQ(r.store->cif_x_s[6], 0.2775);        // N1
 }
 
 }  // namespace
