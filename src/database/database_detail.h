@@ -156,6 +156,7 @@ std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& re
 // ----- Disorder (disorder.cpp) -----
 
 struct DisorderChoice {
+    bool every_part = false;    // no choice made: partial sites neither clash nor alternate
     std::vector<char> keep;     // per site
     std::vector<int> copy_set;  // per site: index of its negative group, -1 when none
     int negative_groups = 0;    // number of copy sets
@@ -253,6 +254,9 @@ struct Expansion {
 // partial sites, the higher occupancy winning. Last, copies of one partial site that the
 // bonds join into one molecule with occupancies adding up to at most one are alternatives
 // (disorder about a special position written without a negative group): the first stays.
+// With every part kept, only coinciding atoms are merged. More than kMaxCellAtoms images
+// are an error.
+constexpr long long kMaxCellAtoms = 20000000;
 Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& disorder,
                        const std::vector<gemmi::Op>& ops, const Lattice& lattice, double bond_scale,
                        Report& report);

@@ -152,7 +152,8 @@ DisorderChoice choose_disorder(const std::vector<Site>& sites, const ReadOptions
     const int n = static_cast<int>(sites.size());
     choice.keep.assign(n, 1);
     choice.copy_set.assign(n, -1);
-    if (options.disorder == DisorderMode::kAll) return choice;
+    choice.every_part = options.disorder == DisorderMode::kAll;
+    if (choice.every_part) return choice;
 
     std::map<std::pair<std::string, std::string>, int> negative;
     for (int i = 0; i < n; ++i) {

@@ -192,6 +192,12 @@ int drop_alternative_copies(const std::vector<Site>& sites, const DisorderChoice
 Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& disorder,
                        const std::vector<gemmi::Op>& ops, const Lattice& lattice, double bond_scale,
                        Report& report) {
+    long long kept_sites = 0;
+    for (char keep : disorder.keep) kept_sites += keep;
+    if (kept_sites * static_cast<long long>(ops.size()) > kMaxCellAtoms)
+        report.fail(0, 0,
+                    "too many atoms in the cell: " + std::to_string(kept_sites) + " sites x " +
+                        std::to_string(ops.size()) + " operations");
     const std::vector<Image> images = images_of(sites, disorder.keep, ops);
     const int n = static_cast<int>(images.size());
     std::vector<char> removed(n, 0);
@@ -208,7 +214,7 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
         order.push_back(a);
         const Site& site = sites[images[a].site];
         largest_radius = std::max(largest_radius, radius_of(site.element));
-        if (site.occupancy < kFullOccupancy)
+        if (!disorder.every_part && is_partial(site))
             largest_partial_radius = std::max(largest_partial_radius, radius_of(site.element));
     }
     // The bins reach as far as the longest clash test that a partial site can make.
@@ -224,7 +230,7 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
     LabelPairs merged_labels, clash_labels;
     for (int a : order) {
         const Site& site = sites[images[a].site];
-        const bool partial = is_partial(site);
+        const bool partial = !disorder.every_part && is_partial(site);
         int same_site = -1, other_site = -1, clash = -1;
         bins.for_each_near(images[a].frac, [&](int b) {
             double d[3];
@@ -262,7 +268,9 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
             image.site, sites[image.site].element, {image.frac[0], image.frac[1], image.frac[2]}});
     }
 
-    cell.alternatives = drop_alternative_copies(sites, disorder, lattice, bond_scale, &cell.atoms);
+    if (!disorder.every_part)
+        cell.alternatives =
+            drop_alternative_copies(sites, disorder, lattice, bond_scale, &cell.atoms);
 
     if (cell.copies_dropped > 0)
         report.warn(0, count_of(disorder.negative_groups, "negative disorder group",

@@ -73,6 +73,10 @@ TEST(Disorder, PartialSitesThatClashAreLeftOut) {
     const database_test::Read r = read("methyl_half_hydrogens.cif");
     EXPECT_EQ(formula_counts(r.info), "1xCH3Cl");
     EXPECT_TRUE(left_out(r).empty());  // the sites stay; the clash is found in the cell
+
+    teska::ReadOptions every;
+    every.disorder = teska::DisorderMode::kAll;
+    EXPECT_EQ(formula_counts(read("methyl_half_hydrogens.cif", every).info), "1xCH6Cl");
     ASSERT_EQ(r.info.warnings.size(), 1u);
     EXPECT_NE(
         r.info.warnings[0].find(": 3 partial sites left out: they clash with atoms kept (H1D by "),

@@ -64,6 +64,24 @@ TEST(Expansion, PositionsAreWrappedIntoTheCellWhateverTheirDistance) {
     EXPECT_EQ(cell.atoms[0].frac[2], 0.0);
 }
 
+TEST(Expansion, TooManyAtomsInTheCellIsAnError) {
+    using namespace teska::database_detail;
+    const std::vector<Site> sites(105000, Site());
+    DisorderChoice disorder;
+    disorder.keep.assign(sites.size(), 1);
+    disorder.copy_set.assign(sites.size(), -1);
+    const std::vector<gemmi::Op> ops(192, gemmi::Op::identity());
+    const double m[3][3] = {{10, 0, 0}, {0, 10, 0}, {0, 0, 10}};
+    Report report("x.cif");
+    try {
+        expand_sites(sites, disorder, ops, Lattice(m), 1.15, report);
+        ADD_FAILURE() << "no error";
+    } catch (const teska::Error& e) {
+        EXPECT_EQ(std::string(e.what()),
+                  "x.cif: too many atoms in the cell: 105000 sites x 192 operations");
+    }
+}
+
 TEST(Expansion, ShortestImagesInASkewedCell) {
     // a = 10 along x, b = 10 at 30 degrees to it: the displacement (0.4, 0.4), folded, is
     // 7.73 A long, but its image (0.4, -0.6) only |(4 - 6 cos 30, -6 sin 30)| = 3.23 A.
