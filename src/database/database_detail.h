@@ -65,6 +65,7 @@ std::string count_of(long long n, const char* singular, const char* plural);
 
 // The whole file as text; an unreadable file raises an error naming it.
 std::string read_text_file(const std::string& path);
+
 struct GrammarScan {
     bool repaired = false;
     std::string text;                // the repaired text, when repaired
