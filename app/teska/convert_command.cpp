@@ -62,7 +62,7 @@ void check_outputs(const std::vector<ConvertPlan>& plans, const WriteSettings& w
         if (!inserted)
             throw UsageError(plans[at->second].input + " and " + plan.input +
                              " would both be written to " + first +
-                             ": convert them in separate runs or give -d");
+                             ": rename one of them or convert them in separate runs");
         if (key == normalised_path(plan.input) || same_existing_file(first, plan.input))
             throw UsageError("writing " + first + " would replace the input " + plan.input +
                              ": give another name with -o or a folder with -d");
@@ -136,10 +136,11 @@ int ConvertCommand::run() {
     write.job = job_;
     if (!supercell_.empty()) parse_supercell(supercell_, write.supercell);
 
-    if (split_ && write.format != Format::kXyz)
+    // mol and the quantum-chemistry formats are one file per molecule with or without it.
+    if (split_ && (write.format == Format::kPdb || write.format == Format::kCif))
         throw UsageError(
-            "--split applies to xyz output (mol, gaussian, orca and qchem always "
-            "write one file per molecule)");
+            "--split: pdb and cif files hold the whole cell; one file per molecule is xyz, mol, "
+            "gaussian, orca or qchem output");
     if (write.has_supercell() && write.format != Format::kPdb && write.format != Format::kCif)
         throw UsageError("--supercell applies to pdb and cif output");
     if (!is_quantum_chemistry(write.format))
