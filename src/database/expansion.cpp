@@ -222,9 +222,11 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
     if (largest_partial_radius >= 0.0)
         reach = std::max(
             {reach, kHydrogenClash, kClashFraction * (largest_partial_radius + largest_radius)});
-    std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+    const auto higher_occupancy = [&](int a, int b) {
         return sites[images[a].site].occupancy > sites[images[b].site].occupancy;
-    });
+    };
+    if (!std::is_sorted(order.begin(), order.end(), higher_occupancy))
+        std::stable_sort(order.begin(), order.end(), higher_occupancy);
 
     PeriodicBins bins(lattice, reach, n);
     LabelPairs merged_labels, clash_labels;
@@ -261,6 +263,7 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
         removed[a] = 1;
     }
 
+    cell.atoms.reserve(n);
     for (int a = 0; a < n; ++a) {
         if (removed[a]) continue;
         const Image& image = images[a];

@@ -198,6 +198,10 @@ std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& re
     ElementCache types, labels;
     std::vector<Site> sites;
     sites.reserve(table.length());
+    Atoms& texts = store.cif_atoms;
+    for (std::vector<std::string>* column : {&texts.cif_atom_label, &texts.cif_atom_symbol,
+                                             &texts.cif_fx, &texts.cif_fy, &texts.cif_fz})
+        column->reserve(column->size() + table.length());
     for (std::size_t i = 0; i < table.length(); ++i) {
         const cif::Table::Row row = table[static_cast<int>(i)];
         Site site;
@@ -247,7 +251,6 @@ std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& re
             store.coord_c2f(x, site.frac);
         }
         // The store keeps the columns of the sites that are atoms as the file gives them.
-        Atoms& texts = store.cif_atoms;
         texts.cif_atom_label.push_back(site.label);
         texts.cif_atom_symbol.push_back(type_symbol);
         texts.cif_fx.push_back(cif::as_string(row[kX]));
