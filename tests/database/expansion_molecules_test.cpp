@@ -1,7 +1,7 @@
 // Expansion and molecules: images on special positions merged by distance, the expanded
 // count (operations x sites - merged images), whole molecules with their centres in the cell,
 // frameworks kept as one residue, and a store that the PDB writer turns into the same file as
-// the specified conversion where that conversion reads the crystal right.
+// cif2pdb where its line reader reads the crystal right.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -117,8 +117,8 @@ TEST(Molecules, AFrameworkIsKeptAsOneResidueWithAWarning) {
 }
 
 // The store as the crystal pipeline leaves it: the PDB writer gives, byte for byte, the
-// golden file of the specified conversion for crystals that conversion reads right.
-TEST(Molecules, TheStoreWritesTheSpecifiedConversionsGoldens) {
+// golden file of cif2pdb for crystals that its line reader reads right.
+TEST(Molecules, TheStoreWritesTheGoldensOfCif2pdb) {
     for (const char* name : {"acetonitrile_hydrate", "chloroacetonitrile", "ferrocene_p21c"}) {
         SCOPED_TRACE(name);
         FileIO store;
