@@ -9,6 +9,7 @@ packages=(
     libbenchmark-dev        # bench/ (optional build)
     gemmi-dev tao-pegtl-dev # CIF grammar and space-group tables of the database reader
     libcli11-dev            # the teska command line
+    clang libclang-rt-14-dev # fuzz/: clang and its libFuzzer runtime (only recommended by clang)
 )
 
 missing=()
