@@ -4,7 +4,6 @@
 #ifndef TESKA_DATABASE_DETAIL_H
 #define TESKA_DATABASE_DETAIL_H
 
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -178,8 +177,6 @@ class Lattice {
     const double (&matrix() const)[3][3] { return m_; }
     // Distance between neighbouring lattice planes across axis k (angstrom).
     double plane_spacing(int k) const { return spacing_[k]; }
-    // A displacement shorter than this is its own shortest image.
-    double half_min_spacing() const { return std::sqrt(half_min_spacing2_); }
     // Squared length of the shortest lattice image of a fractional displacement between two
     // positions in [0,1) (each component in (-1, 1)).
     double min_image_distance2(const double d[3]) const;

@@ -75,30 +75,90 @@ void derive_cell_forms(FileIO& s) {
     mmutil::invert(s.cell_latt3x3, s.cell_latt3x3_inv);
 }
 
-// Components bonded to their own image, tested only where that is possible: a bond placed
-// across another image than the shortest is at least half the smallest plane spacing long,
-// so a component whose atoms all lie within a sphere of a quarter of it cannot hold one.
+// Whether the component's atoms, as placed, bond to the component moved by a lattice
+// vector. This also finds what a test of each bonded pair's shortest image cannot: a pair
+// bonded through two images at once (a chain of one Cu and one Cl per cell), an atom bonded
+// to its own image.
+bool bonds_to_a_moved_copy(const Lattice& lattice, const std::vector<double>& placed,
+                           const std::vector<double>& radius, const std::vector<int>& atoms,
+                           double bond_scale) {
+    const int n = static_cast<int>(atoms.size());
+    double largest = 0.0;
+    for (int atom : atoms) largest = std::max(largest, radius[atom]);
+    const double reach = 2.0 * largest * bond_scale;
+    // Images beyond the folded one that can lie within reach, per axis.
+    int range[3];
+    for (int k = 0; k < 3; ++k) range[k] = static_cast<int>(reach / lattice.plane_spacing(k) + 0.5);
+    std::vector<double> wrapped(3 * static_cast<std::size_t>(n));
+    for (int a = 0; a < n; ++a)
+        for (int c = 0; c < 3; ++c) {
+            const double x = placed[3 * atoms[a] + c];
+            wrapped[3 * a + c] = x - std::floor(x);
+            if (wrapped[3 * a + c] >= 1.0) wrapped[3 * a + c] = 0.0;
+        }
+    const double(&m)[3][3] = lattice.matrix();
+    PeriodicBins bins(lattice, reach, n);
+    for (int a = 0; a < n; ++a) {
+        bins.add(a, &wrapped[3 * a]);  // first, so that the atom meets its own images
+        bool found = false;
+        bins.for_each_near(&wrapped[3 * a], [&](int b) {
+            if (found) return;
+            const double limit = (radius[atoms[a]] + radius[atoms[b]]) * bond_scale;
+            double folded[3], placed_d[3];
+            for (int c = 0; c < 3; ++c) {
+                folded[c] = wrapped[3 * b + c] - wrapped[3 * a + c];
+                folded[c] -= std::round(folded[c]);
+                placed_d[c] = placed[3 * atoms[b] + c] - placed[3 * atoms[a] + c];
+            }
+            for (int i = -range[0]; i <= range[0] && !found; ++i)
+                for (int j = -range[1]; j <= range[1] && !found; ++j)
+                    for (int k = -range[2]; k <= range[2] && !found; ++k) {
+                        const double d[3] = {folded[0] + i, folded[1] + j, folded[2] + k};
+                        double length2 = 0.0;
+                        for (int r = 0; r < 3; ++r) {
+                            const double x = m[r][0] * d[0] + m[r][1] * d[1] + m[r][2] * d[2];
+                            length2 += x * x;
+                        }
+                        if (!(length2 < limit * limit)) continue;
+                        // The bond joins b moved by (d - placed_d), a whole lattice vector.
+                        for (int c = 0; c < 3; ++c)
+                            if (std::fabs(d[c] - placed_d[c]) > 0.5) found = true;
+                    }
+        });
+        if (found) return true;
+    }
+    return false;
+}
+
+// Components bonded to their own image, tested only where that is possible: a bond to a
+// copy moved by a lattice vector (at least the smallest plane spacing long) spans at most the
+// component's diameter plus a bond, so a component with 2R + longest bond below the smallest
+// spacing cannot hold one. Those tested go through the indexed test and, where it finds
+// nothing, through the test of bonds to moved copies.
 std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const Lattice& lattice,
                                       const std::vector<double>& placed,
                                       const std::vector<double>& radius,
                                       const std::vector<int>& sizes,
                                       const std::vector<int>& order) {
     std::vector<char> periodic(sizes.size(), 0);
-    const double reach = 0.5 * lattice.half_min_spacing();
+    double min_spacing = lattice.plane_spacing(0);
+    for (int k = 1; k < 3; ++k) min_spacing = std::min(min_spacing, lattice.plane_spacing(k));
     std::vector<double> sub_x, sub_radius;
     std::vector<int> sub_sizes, sub_order, tested;
+    std::vector<std::vector<int>> tested_atoms;
     int start = 0;
     for (std::size_t m = 0; m < sizes.size(); ++m) {
         const int size = sizes[m];
-        double centre[3] = {0, 0, 0}, cart[3];
+        double centre[3] = {0, 0, 0}, largest = 0.0;
         std::vector<double> xs(3 * static_cast<std::size_t>(size));
         for (int k = 0; k < size; ++k) {
             const int atom = order[start + k];
+            largest = std::max(largest, radius[atom]);
             for (int r = 0; r < 3; ++r) {
-                cart[r] = 0.0;
-                for (int c = 0; c < 3; ++c) cart[r] += rule.latt[r][c] * placed[3 * atom + c];
-                xs[3 * k + r] = cart[r];
-                centre[r] += cart[r] / size;
+                double x = 0.0;
+                for (int c = 0; c < 3; ++c) x += rule.latt[r][c] * placed[3 * atom + c];
+                xs[3 * k + r] = x;
+                centre[r] += x / size;
             }
         }
         double extent2 = 0.0;
@@ -108,8 +168,9 @@ std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const
                 d2 += (xs[3 * k + r] - centre[r]) * (xs[3 * k + r] - centre[r]);
             extent2 = std::max(extent2, d2);
         }
-        if (extent2 >= reach * reach) {
+        if (2.0 * std::sqrt(extent2) + 2.0 * largest * rule.bond_scale >= min_spacing) {
             tested.push_back(static_cast<int>(m));
+            tested_atoms.emplace_back(order.begin() + start, order.begin() + start + size);
             sub_sizes.push_back(size);
             for (int k = 0; k < size; ++k) {
                 const int atom = order[start + k];
@@ -124,7 +185,9 @@ std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const
     const std::vector<char> flags = fileio_detail::components_bonded_to_own_image(
         rule, static_cast<int>(sub_radius.size()), sub_x.data(), sub_radius.data(), sub_sizes,
         sub_order);
-    for (std::size_t t = 0; t < tested.size(); ++t) periodic[tested[t]] = flags[t];
+    for (std::size_t t = 0; t < tested.size(); ++t)
+        periodic[tested[t]] = flags[t] || bonds_to_a_moved_copy(lattice, placed, radius,
+                                                                tested_atoms[t], rule.bond_scale);
     return periodic;
 }
 

@@ -116,6 +116,25 @@ TEST(Molecules, AFrameworkIsKeptAsOneResidueWithAWarning) {
     database_test::expect_whole_molecules(*r.store, r.info);
 }
 
+// One Cu and one Cl per cell along a = 4.6 A: the Cl bonds to the Cu at 2.21 A and to its
+// image at 2.39 A, so the chain is bonded to its own image through a pair whose shortest
+// image is the one placed. A lone Cu 2.4 A long cell is bonded to its own image.
+TEST(Molecules, ChainsOfOneAtomOrOnePairPerCell) {
+    const std::string cell =
+        "_cell_length_b 10\n_cell_length_c 10\n_cell_angle_alpha 90\n"
+        "_cell_angle_beta 90\n_cell_angle_gamma 90\n_space_group_name_Hall 'P 1'\n"
+        "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n_atom_site_fract_z\n";
+    const database_test::Read pair = database_test::read_text(
+        "data_x\n_cell_length_a 4.6\n" + cell + "Cu1 0 0.5 0.5\nCl1 0.48 0.5 0.5\n");
+    EXPECT_EQ(pair.info.periodic, std::vector<char>{1});
+    const database_test::Read lone =
+        database_test::read_text("data_x\n_cell_length_a 2.4\n" + cell + "Cu1 0 0.5 0.5\n");
+    EXPECT_EQ(lone.info.periodic, std::vector<char>{1});
+    const database_test::Read apart =
+        database_test::read_text("data_x\n_cell_length_a 6\n" + cell + "Cu1 0 0.5 0.5\n");
+    EXPECT_EQ(apart.info.periodic, std::vector<char>{0});
+}
+
 // The store as the crystal pipeline leaves it: the PDB writer gives, byte for byte, the
 // golden file of cif2pdb for crystals that its line reader reads right.
 TEST(Molecules, TheStoreWritesTheGoldensOfCif2pdb) {
