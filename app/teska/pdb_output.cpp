@@ -1,10 +1,11 @@
 // PDB output with hybrid-36 numbering.
 #include "pdb_output.h"
 
-#include <algorithm>
-#include <charconv>
+#include <cstdio>
 
+#include "element_rows.h"
 #include "fileio.h"
+#include "number_text.h"
 
 namespace teska::cli {
 
@@ -20,13 +21,6 @@ std::string base36(long long value, int width, const char* digits) {
     std::string text(static_cast<std::size_t>(width), digits[0]);
     for (int i = width - 1; i >= 0 && value > 0; --i, value /= 36) text[i] = digits[value % 36];
     return text;
-}
-
-// Element symbol as the store's PDB records print it: "C", "Cl"; "X" outside the table.
-std::string symbol_of(int row) {
-    if (row < 0 || row >= kElementRows) return "X";
-    const char* s = Elements_m[row].symbol;
-    return s[1] == ' ' || s[1] == '\0' ? std::string(1, s[0]) : std::string(s, 2);
 }
 
 // Atom names count 1..FF within a residue and start again at 1.
@@ -45,24 +39,18 @@ void put_right(std::string& line, const char* text, std::size_t length, std::siz
     line.append(text, length);
 }
 
-// printf's "%W.Pf": std::to_chars gives the same correctly rounded digits, without the cost of
-// printf, which dominated the writing of large cells.
-void put_fixed(std::string& line, double value, int precision, std::size_t width) {
-    char digits[400];
-    const auto result =
-        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, precision);
-    const std::size_t length = result.ec == std::errc()
-                                   ? static_cast<std::size_t>(result.ptr - digits)
-                                   : static_cast<std::size_t>(std::snprintf(
-                                         digits, sizeof digits, "%.*f", precision, value));
-    put_right(line, digits, std::min(length, sizeof digits - 1), width);
+// printf's "%W.Pf", by the store's own fixed-point writer.
+void put_fixed(std::string& line, double value, int precision, int width) {
+    char field[fileio_detail::kFixedTextCapacity];
+    const char* end = fileio_detail::write_fixed(field, value, width, precision);
+    line.append(field, static_cast<std::size_t>(end - field));
 }
 
 }  // namespace
 
 std::string pdb_atom_record(const std::string& serial, int element_row, int name_counter,
                             const std::string& residue, const double r[3]) {
-    const std::string symbol = symbol_of(element_row);
+    const std::string symbol = fileio_detail::element_symbol(element_row);
     char counter[16];
     const int counter_length =
         std::snprintf(counter, sizeof counter, "%X", static_cast<unsigned>(name_counter));
