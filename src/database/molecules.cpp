@@ -13,7 +13,7 @@
 #include "element_rows.h"
 #include "fileio.h"
 #include "index/bond_growth.h"
-#include "mmutil.h"
+#include "molecule_arrays.h"
 #include "store_arrays.h"
 
 namespace teska {
@@ -22,8 +22,6 @@ namespace database_detail {
 namespace {
 
 using fileio_detail::new_store_array;
-
-constexpr int kMolFileNameSize = 20;
 
 double mass_of(int element) { return fileio_detail::element_record_or_dummy(element).mass; }
 
@@ -43,36 +41,6 @@ void centre_in_cell(std::vector<double>& x, const std::vector<int>& elements) {
         if (shift == 0.0) continue;
         for (int k = 0; k < n; ++k) x[3 * k + d] -= shift;
     }
-}
-
-void allocate_molecule_arrays(FileIO& s) {
-    s.mol_natoms = new_store_array<int>(s.nmols);
-    s.mol_atypes = new_store_array<int*>(s.nmols);
-    s.mol_x = new_store_array<double*>(s.nmols);
-    s.mol_x_s = new_store_array<double*>(s.nmols);
-    s.mol_ids = new_store_array<int>(s.nmols);
-    s.mol_value = new_store_array<double>(s.nmols);
-    s.mol_extra_a = new_store_array<double*>(s.nmols);
-    s.mol_extra_b = new_store_array<double*>(s.nmols);
-    s.mol_file_names = new_store_array<char*>(s.nmols);
-    for (int i = 0; i < s.nmols; ++i) {
-        s.mol_extra_a[i] = new_store_array<double>(3);
-        s.mol_extra_b[i] = new_store_array<double>(3);
-    }
-}
-
-// The cell in all the forms the pipeline leaves: vectors as rows, lengths, copies, inverse.
-void derive_cell_forms(FileIO& s) {
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) s.cell_vectors[r][c] = s.cell_latt3x3[c][r];
-    for (int r = 0; r < 3; ++r) s.cell_lengths[r] = mmutil::get_magnitude(s.cell_vectors[r]);
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) {
-            s.cell_latt3x3_copy[r][c] = s.cell_vectors[c][r];
-            s.supercell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c] * s.supercell_n[r];
-            s.cell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c];
-        }
-    mmutil::invert(s.cell_latt3x3, s.cell_latt3x3_inv);
 }
 
 // Whether the component's atoms, as placed, bond to the component moved by a lattice
@@ -244,7 +212,7 @@ Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scal
     store.mol_atom_list = order;
     store.input_kind = 2;
     store.nmols = static_cast<int>(sizes.size());
-    allocate_molecule_arrays(store);
+    fileio_detail::allocate_molecule_arrays(store);
     int start = 0, periodic = 0;
     for (int m = 0; m < store.nmols; ++m) {
         const int size = sizes[m];
@@ -263,8 +231,7 @@ Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scal
             centre_in_cell(x, elements);
 
         store.mol_natoms[m] = size;
-        store.mol_file_names[m] = new_store_array<char>(kMolFileNameSize);
-        std::snprintf(store.mol_file_names[m], kMolFileNameSize, "mol%d.mol", m + 1);
+        fileio_detail::name_molecule_file(store, m);
         store.mol_atypes[m] = new_store_array<int>(size);
         store.mol_x_s[m] = new_store_array<double>(3LL * size);
         store.mol_x[m] = new_store_array<double>(3LL * size);
@@ -277,7 +244,9 @@ Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scal
         molecules.formulas.push_back(hill_formula(elements));
         start += size;
     }
-    derive_cell_forms(store);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) store.cell_vectors[r][c] = store.cell_latt3x3[c][r];
+    fileio_detail::derive_cell_forms(store);
     store.is_periodic = true;
 
     if (periodic > 0)

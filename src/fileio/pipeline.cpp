@@ -10,32 +10,17 @@
 #include "fatal.h"
 #include "fileio.h"
 #include "mmutil.h"
+#include "molecule_arrays.h"
 #include "store_arrays.h"
 
+using fileio_detail::allocate_molecule_arrays;
+using fileio_detail::derive_cell_forms;
 using fileio_detail::new_store_array;
 
 namespace {
 
 constexpr int kSourceMolfiles = 1;
 constexpr int kSourceCif = 2;
-constexpr int kMolFileNameSize = 20;
-
-void allocate_molecule_arrays(FileIO& s) {
-    if (s.nmols == 0) return;
-    s.mol_natoms = new_store_array<int>(s.nmols);
-    s.mol_atypes = new_store_array<int*>(s.nmols);
-    s.mol_x = new_store_array<double*>(s.nmols);
-    s.mol_x_s = new_store_array<double*>(s.nmols);
-    s.mol_ids = new_store_array<int>(s.nmols);
-    s.mol_value = new_store_array<double>(s.nmols);
-    s.mol_extra_a = new_store_array<double*>(s.nmols);
-    s.mol_extra_b = new_store_array<double*>(s.nmols);
-    for (int i = 0; i < s.nmols; ++i) {
-        s.mol_extra_a[i] = new_store_array<double>(3);
-        s.mol_extra_b[i] = new_store_array<double>(3);
-    }
-    if (s.input_kind == kSourceCif) s.mol_file_names = new_store_array<char*>(s.nmols);
-}
 
 // Copies each separated molecule's atoms out of the crystal arrays, in separation order.
 void copy_cif_molecules(FileIO& s) {
@@ -43,8 +28,7 @@ void copy_cif_molecules(FileIO& s) {
     for (int i = 0; i < s.nmols; ++i) {
         const int n = s.mol_natoms_list[i];
         s.mol_natoms[i] = n;
-        s.mol_file_names[i] = new_store_array<char>(kMolFileNameSize);
-        std::snprintf(s.mol_file_names[i], kMolFileNameSize, "mol%d.mol", i + 1);
+        fileio_detail::name_molecule_file(s, i);
         s.mol_atypes[i] = new_store_array<int>(n);
         s.mol_x[i] = new_store_array<double>(3LL * n);
         s.mol_x_s[i] = new_store_array<double>(3LL * n);
@@ -69,20 +53,6 @@ void make_molecules_whole(FileIO& s, bool verbose) {
     }
     for (int r = 0; r < 3; ++r)
         for (int c = 0; c < 3; ++c) s.cell_vectors[r][c] = s.cell_latt3x3[c][r];
-}
-
-// From the cell vectors (rows): their lengths, the lattice matrix (columns) and its inverse,
-// and the supercell matrix scaled row by row.
-void derive_cell_forms(FileIO& s) {
-    for (int r = 0; r < 3; ++r) s.cell_lengths[r] = mmutil::get_magnitude(s.cell_vectors[r]);
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) s.cell_latt3x3_copy[r][c] = s.cell_vectors[c][r];
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) {
-            s.supercell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c] * s.supercell_n[r];
-            s.cell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c];
-        }
-    mmutil::invert(s.cell_latt3x3, s.cell_latt3x3_inv);
 }
 
 FILE* open_side_file(const std::string& path) {
@@ -136,6 +106,46 @@ void write_side_files_of(const FileIO& s) {
 }
 
 }  // namespace
+
+namespace fileio_detail {
+
+constexpr int kMolFileNameSize = 20;
+
+void allocate_molecule_arrays(FileIO& s) {
+    if (s.nmols == 0) return;
+    s.mol_natoms = new_store_array<int>(s.nmols);
+    s.mol_atypes = new_store_array<int*>(s.nmols);
+    s.mol_x = new_store_array<double*>(s.nmols);
+    s.mol_x_s = new_store_array<double*>(s.nmols);
+    s.mol_ids = new_store_array<int>(s.nmols);
+    s.mol_value = new_store_array<double>(s.nmols);
+    s.mol_extra_a = new_store_array<double*>(s.nmols);
+    s.mol_extra_b = new_store_array<double*>(s.nmols);
+    for (int i = 0; i < s.nmols; ++i) {
+        s.mol_extra_a[i] = new_store_array<double>(3);
+        s.mol_extra_b[i] = new_store_array<double>(3);
+    }
+    if (s.input_kind == kSourceCif) s.mol_file_names = new_store_array<char*>(s.nmols);
+}
+
+void name_molecule_file(FileIO& s, int i) {
+    s.mol_file_names[i] = new_store_array<char>(kMolFileNameSize);
+    std::snprintf(s.mol_file_names[i], kMolFileNameSize, "mol%d.mol", i + 1);
+}
+
+void derive_cell_forms(FileIO& s) {
+    for (int r = 0; r < 3; ++r) s.cell_lengths[r] = mmutil::get_magnitude(s.cell_vectors[r]);
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) s.cell_latt3x3_copy[r][c] = s.cell_vectors[c][r];
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c) {
+            s.supercell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c] * s.supercell_n[r];
+            s.cell_latt3x3[r][c] = s.cell_latt3x3_copy[r][c];
+        }
+    mmutil::invert(s.cell_latt3x3, s.cell_latt3x3_inv);
+}
+
+}  // namespace fileio_detail
 
 void FileIO::read_crystal_strcuture_files(bool verbose, bool write_side_files) {
     if (input_kind == kSourceCif) {
