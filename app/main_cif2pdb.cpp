@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 
 namespace {
 

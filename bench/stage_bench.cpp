@@ -24,7 +24,7 @@
 #include <utility>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "pdb_model.h"
 #include "store_arrays.h"
 

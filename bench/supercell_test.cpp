@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {

@@ -6,7 +6,7 @@
 
 #include "cif_reader.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fuzz_support {
 

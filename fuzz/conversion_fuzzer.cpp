@@ -5,7 +5,7 @@
 
 #include "cif_limits.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "invariants.h"
 #include "memory_file.h"
 #include "store_release.h"
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!within_atom_cap(scan_cif_text(data, size))) return -1;
 
     FileIO store;
-    const StoreGuard release(store);
+    const fileio_detail::StoreGuard release(store);
     MemoryFile& output = output_file();
     output.hold(nullptr, 0);
     try {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "invariants.h"
 #include "store_release.h"
 #include "teska/database.h"
@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     const ScopedFatalPolicy raise(FatalPolicy::kRaise);
     FileIO store;
-    const fuzz_support::StoreGuard release(store);
+    const fileio_detail::StoreGuard release(store);
     try {
         const teska::CrystalInfo info =
             teska::read_database_cif_text(store, text, "fuzz.cif", options_for(size));

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fuzz_support {
 

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "memory_file.h"
-#include "mmutil.h"
+#include "teska/mmutil.h"
 #include "store_arrays.h"
 #include "store_release.h"
 
@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ScopedFatalPolicy raise(FatalPolicy::kRaise);
 
     FileIO store;
-    const StoreGuard release(store);
+    const fileio_detail::StoreGuard release(store);
     prepare_one_molecule_store(store, text);
     try {
         store.read_data_mol(input_file().hold(data, size), 0, false);

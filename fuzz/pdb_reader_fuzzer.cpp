@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "memory_file.h"
 #include "store_release.h"
 
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using namespace fuzz_support;
     const ScopedFatalPolicy raise(FatalPolicy::kRaise);
     FileIO store;
-    const StoreGuard release(store);
+    const fileio_detail::StoreGuard release(store);
     store.read_data_pdb(input_file().hold(data, size));
     return 0;
 }

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "memory_file.h"
 #include "store_release.h"
 
@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (announced_atoms(data, size) > kMaxAnnouncedAtoms) return -1;
     const ScopedFatalPolicy raise(FatalPolicy::kRaise);
     FileIO store;
-    const StoreGuard release(store);
+    const fileio_detail::StoreGuard release(store);
     store.read_data_xyz(input_file().hold(data, size));
     return 0;
 }

@@ -10,6 +10,8 @@ packages=(
     gemmi-dev tao-pegtl-dev # CIF grammar and space-group tables of the database reader
     libcli11-dev            # the teska command line
     clang libclang-rt-14-dev # fuzz/: clang and its libFuzzer runtime (only recommended by clang)
+    pybind11-dev python3-dev python3-numpy # the Python module
+    pkg-config              # the test of the installed package
 )
 
 missing=()

@@ -15,7 +15,21 @@ std::string positioned_message(const std::string& file, int line, int column,
 class Failure : public std::runtime_error {
    public:
     Failure(const std::string& file, const std::string& message, int line = 0, int column = 0)
-        : std::runtime_error(positioned_message(file, line, column, message)) {}
+        : std::runtime_error(positioned_message(file, line, column, message)),
+          file_(file),
+          message_(message),
+          line_(line),
+          column_(column) {}
+    const std::string& file() const { return file_; }
+    const std::string& message() const { return message_; }
+    int line() const { return line_; }      // 0 when unknown
+    int column() const { return column_; }  // 0 when unknown
+
+   private:
+    std::string file_;
+    std::string message_;
+    int line_;
+    int column_;
 };
 
 // A command line that cannot be carried out as given: teska prints the message and ends with

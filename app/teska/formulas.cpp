@@ -4,7 +4,7 @@
 #include <map>
 #include <utility>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace teska::cli {
 

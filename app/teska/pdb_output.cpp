@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "number_text.h"
 
 namespace teska::cli {

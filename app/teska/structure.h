@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace teska::cli {
 

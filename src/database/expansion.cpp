@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "database_detail.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "index/bond_growth.h"
 
 namespace teska {

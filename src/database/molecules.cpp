@@ -11,7 +11,7 @@
 
 #include "database_detail.h"
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "index/bond_growth.h"
 #include "molecule_arrays.h"
 #include "store_arrays.h"

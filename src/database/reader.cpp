@@ -10,7 +10,7 @@
 
 #include "database_detail.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "teska/database.h"
 
 namespace teska {

@@ -10,7 +10,7 @@
 
 #include "database_detail.h"
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "gemmi/numb.hpp"
 
 namespace teska {

@@ -5,7 +5,7 @@
 
 #include "bond_search.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fileio_detail {
 

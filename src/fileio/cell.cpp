@@ -3,7 +3,7 @@
 #include <cmath>
 #include <complex>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include "cif_reader.h"
 #include "element_rows.h"
 #include "fatal.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "number_text.h"
 #include "store_arrays.h"
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fileio_detail {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include "element_rows.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "writer_support.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <string>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "writer_support.h"
 
 namespace {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "fatal.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "writer_support.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fileio_detail {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 // clang-format off
 const ElementRecord Elements_m[kElementRows] = {

@@ -13,7 +13,7 @@
 #include "cell_bins.h"
 #include "expand_overlap.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "store_arrays.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace fileio_detail {
 

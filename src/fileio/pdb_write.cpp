@@ -2,7 +2,7 @@
 // writes the cell as one PDB model with one residue per molecule.
 #include <cstdio>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "pdb_model.h"
 #include "pdb_record.h"
 #include "writer_support.h"

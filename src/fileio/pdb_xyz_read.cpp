@@ -9,8 +9,8 @@
 
 #include "element_rows.h"
 #include "fatal.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "store_arrays.h"
 
 namespace {

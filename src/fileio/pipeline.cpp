@@ -8,8 +8,8 @@
 
 #include "element_rows.h"
 #include "fatal.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "molecule_arrays.h"
 #include "store_arrays.h"
 

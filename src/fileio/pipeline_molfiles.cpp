@@ -3,8 +3,8 @@
 #include <cmath>
 
 #include "fatal.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 
 namespace {
 

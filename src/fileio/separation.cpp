@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bond_search.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The structure store: construction, small accessors and the molfile reader's hooks.
-#include "fileio.h"
+#include "teska/fileio.h"
 
 bool bverbose_local = false;
 

@@ -2,8 +2,8 @@
 // molecule copy.
 #include <cstdio>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "pdb_record.h"
 #include "writer_support.h"
 

@@ -7,8 +7,8 @@
 #include <sstream>
 #include <string>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include "bond_search.h"
 #include "element_rows.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "writer_support.h"
 
 namespace {

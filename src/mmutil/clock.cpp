@@ -2,7 +2,7 @@
 // files with a date line can be compared byte for byte.
 #include <ctime>
 
-#include "mmutil.h"
+#include "teska/mmutil.h"
 
 namespace mmutil {
 

@@ -1,7 +1,7 @@
 // Directory creation for the side files of the pipeline.
 #include <sys/stat.h>
 
-#include "mmutil.h"
+#include "teska/mmutil.h"
 
 namespace mmutil {
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "fatal.h"
-#include "mmutil.h"
+#include "teska/mmutil.h"
 
 namespace mmutil {
 

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "mmutil.h"
+#include "teska/mmutil.h"
 
 namespace mmutil {
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {

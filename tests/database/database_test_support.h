@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "teska/database.h"
 #include "test_support.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "teska_support.h"
 
 namespace {

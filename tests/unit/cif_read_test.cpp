@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cif_reader.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {

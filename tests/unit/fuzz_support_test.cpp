@@ -9,7 +9,7 @@
 
 #include "cif_limits.h"
 #include "fatal.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "invariants.h"
 #include "memory_file.h"
 #include "store_release.h"
@@ -103,9 +103,9 @@ TEST(ReleaseStore, LeavesNoArrayOfAConversion) {
     FileIO store;
     convert(store, dir);
     ASSERT_GT(store.nmols, 1);
-    fuzz_support::release_store(store);
+    fileio_detail::release_store(store);
     expect_no_arrays(store);
-    fuzz_support::release_store(store);  // nothing left to free twice
+    fileio_detail::release_store(store);  // nothing left to free twice
 }
 
 // A second conversion after the first has set up the process's lasting buffers.
@@ -114,13 +114,13 @@ TEST(ReleaseStore, HandsBackEveryByteAConversionTook) {
     test_support::ScratchDir dir;
     {
         FileIO store;
-        const fuzz_support::StoreGuard release(store);
+        const fileio_detail::StoreGuard release(store);
         convert(store, dir);
     }
     const std::size_t before = __sanitizer_get_current_allocated_bytes();
     {
         FileIO store;
-        const fuzz_support::StoreGuard release(store);
+        const fileio_detail::StoreGuard release(store);
         convert(store, dir);
     }
     EXPECT_EQ(__sanitizer_get_current_allocated_bytes(), before);

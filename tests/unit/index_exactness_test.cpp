@@ -13,7 +13,7 @@
 #include "bond_search.h"
 #include "element_rows.h"
 #include "expand_overlap.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 
 namespace {
 

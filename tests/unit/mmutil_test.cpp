@@ -1,5 +1,5 @@
 // mmutil: text trimming, comparison, tokens and file names; directories; matrix routines.
-#include "mmutil.h"
+#include "teska/mmutil.h"
 
 #include <sys/stat.h>
 

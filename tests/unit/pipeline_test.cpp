@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "pdb_model.h"
 #include "test_support.h"
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <tuple>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "store_arrays.h"
 #include "test_support.h"
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "test_support.h"
 
 TEST(Store, DefaultsCellSetterAndHooks) {

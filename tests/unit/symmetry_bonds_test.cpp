@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "bond_search.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "store_arrays.h"
 #include "test_support.h"
 

@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "fileio.h"
+#include "teska/fileio.h"
 #include "number_text.h"
 #include "pdb_record.h"
 #include "test_support.h"

@@ -12,8 +12,8 @@
 #include <string>
 #include <tuple>
 
-#include "fileio.h"
-#include "mmutil.h"
+#include "teska/fileio.h"
+#include "teska/mmutil.h"
 #include "test_support.h"
 
 namespace {

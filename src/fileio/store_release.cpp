@@ -1,9 +1,9 @@
 // Release of the arrays a store was given by its readers and its pipeline.
 #include "store_release.h"
 
-#include "fileio.h"
+#include "teska/fileio.h"
 
-namespace fuzz_support {
+namespace fileio_detail {
 
 namespace {
 
@@ -41,4 +41,4 @@ void release_store(FileIO& store) {
     release_array(store.mol_ids);
 }
 
-}  // namespace fuzz_support
+}  // namespace fileio_detail

@@ -1,13 +1,13 @@
-// The store never releases its plain arrays (a conversion is one short process). A fuzz target
-// reads millions of inputs in one process, so after each input it hands back everything the
-// readers and the pipeline allocated: memory stays flat and the leak checker, run after each
-// input, sees only real leaks.
-#ifndef CIF2PDB_FUZZ_STORE_RELEASE_H
-#define CIF2PDB_FUZZ_STORE_RELEASE_H
+// The store never releases its plain arrays (a conversion is one short process). A process that
+// reads many inputs (a fuzz target, the Python module) hands back everything the readers and
+// the pipeline allocated once it is done with a store: memory stays flat, and the leak checker
+// sees only real leaks.
+#ifndef FILEIO_STORE_RELEASE_H
+#define FILEIO_STORE_RELEASE_H
 
 class FileIO;
 
-namespace fuzz_support {
+namespace fileio_detail {
 
 // Frees the crystal arrays, the per-molecule arrays (nmols entries each, and what each entry
 // points to) and the molecule counts, and leaves the pointers null. Arrays are taken as the
@@ -27,6 +27,6 @@ class StoreGuard {
     FileIO& store_;
 };
 
-}  // namespace fuzz_support
+}  // namespace fileio_detail
 
-#endif  // CIF2PDB_FUZZ_STORE_RELEASE_H
+#endif  // FILEIO_STORE_RELEASE_H

@@ -1,0 +1,30 @@
+# What `cmake --install` puts under the prefix: the executables, the two libraries, their
+# headers under include/teska, the CMake package teska (targets teska::fileio and
+# teska::database) and the pkg-config file teska.pc.
+include(CMakePackageConfigHelpers)
+
+set(TESKA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/teska)
+
+install(TARGETS cif2pdb teska RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(TARGETS teska_fileio teska_database EXPORT teskaTargets
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/teska/fileio.h include/teska/mmutil.h include/teska/database.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/teska)
+
+install(EXPORT teskaTargets NAMESPACE teska:: FILE teskaTargets.cmake
+        DESTINATION ${TESKA_CMAKE_DIR})
+configure_package_config_file(cmake/teskaConfig.cmake.in
+                              ${PROJECT_BINARY_DIR}/teskaConfig.cmake
+                              INSTALL_DESTINATION ${TESKA_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/teskaConfigVersion.cmake
+                                 VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/teskaConfig.cmake ${PROJECT_BINARY_DIR}/teskaConfigVersion.cmake
+        DESTINATION ${TESKA_CMAKE_DIR})
+
+# pkg-config: the database reader before the store it fills, as static linking needs.
+# The prefix is found from the file's own folder, so that the installed tree can be moved.
+file(RELATIVE_PATH TESKA_PC_PREFIX "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
+configure_file(cmake/teska.pc.in ${PROJECT_BINARY_DIR}/teska.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/teska.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
