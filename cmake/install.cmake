@@ -8,8 +8,7 @@ set(TESKA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/teska)
 install(TARGETS cif2pdb teska RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(TARGETS teska_fileio teska_database EXPORT teskaTargets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/teska/fileio.h include/teska/mmutil.h include/teska/database.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/teska)
 
@@ -26,5 +25,6 @@ install(FILES ${PROJECT_BINARY_DIR}/teskaConfig.cmake ${PROJECT_BINARY_DIR}/tesk
 # pkg-config: the database reader before the store it fills, as static linking needs.
 # The prefix is found from the file's own folder, so that the installed tree can be moved.
 file(RELATIVE_PATH TESKA_PC_PREFIX "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
+string(REGEX REPLACE "/$" "" TESKA_PC_PREFIX "${TESKA_PC_PREFIX}")
 configure_file(cmake/teska.pc.in ${PROJECT_BINARY_DIR}/teska.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/teska.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
