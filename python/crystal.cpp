@@ -2,8 +2,10 @@
 // copied out of the store, which is kept for the writers and released with the last copy.
 #include "crystal.h"
 
-#include "element_rows.h"
+#include "captured_output.h"
+#include "captured_stdout.h"
 #include "errors.h"
+#include "failure.h"
 #include "formulas.h"
 #include "store_release.h"
 #include "unique_molecules.h"
@@ -57,11 +59,14 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
     if (request.disorder.empty()) throw PositionedError(name, 0, 0, "disorder must not be empty");
     auto owned = std::make_shared<OwnedStructure>();
     cli::Structure& s = owned->s;
+    std::vector<std::string> printed_warnings;
     try {
+        CapturedStdout printed;
         with_errors_of(path, [&] {
             cli::load_structure(s, path, cli::input_kind_of(path), settings_of(request),
                                 request.block.value_or(""));
         });
+        printed_warnings = cli::store_warnings(printed.finish());
     } catch (const PositionedError& e) {
         throw PositionedError(renamed(e.file(), path, name), e.line(), e.column(),
                               renamed(e.message(), path, name));
@@ -85,7 +90,11 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
     }
     for (int m = 0; m < s.store.nmols; ++m) crystal.molecules.push_back(molecule_of(s, m));
     crystal.unique = cli::unique_molecules(s);
-    for (const std::string& warning : s.warnings) crystal.warnings.push_back(renamed(warning, path, name));
+    // The warnings the store printed, then the reader's own, as teska reports them.
+    for (const std::string& warning : printed_warnings)
+        crystal.warnings.push_back(name + ": warning: " + renamed(warning, path, name));
+    for (const std::string& warning : s.warnings)
+        crystal.warnings.push_back(cli::as_warning(name, renamed(warning, path, name)));
     return crystal;
 }
 

@@ -2,6 +2,7 @@
 // `teska convert`.
 #include <cctype>
 
+#include "captured_stdout.h"
 #include "crystal.h"
 #include "errors.h"
 #include "formats.h"
@@ -64,6 +65,7 @@ std::vector<std::string> Crystal::write(const std::string& path,
     settings.job = request.job;
     check_request(path, settings);
 
+    const CapturedStdout printed;  // the store's writers report what they write
     return with_errors_of(file, [&] {
         const cli::OutputTarget target = cli::plan_output(file, path, "", settings.per_molecule());
         cli::StagedOutputs staging(file, target.directory);

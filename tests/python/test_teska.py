@@ -6,6 +6,7 @@ CIF2PDB_EXE (the executables), TEST_DATA_DIR, EXAMPLES_DIR and SHARED_CIF_DIR (o
 import glob
 import os
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -161,6 +162,16 @@ class ReadingTest(TempDir):
         self.assertIsNone(crystal.fractional)
         self.assertEqual([m.formula for m in crystal.molecules], ["H2O"])
         self.assertIsNone(crystal.molecules[0].fractional)
+
+    def test_store_readers_print_nothing(self):
+        # The store's PDB reader reports the cell it read on standard output; the module keeps
+        # that out of the program's own output.
+        script = "import sys, teska; print(len(teska.read(sys.argv[1])), end='')"
+        done = subprocess.run(
+            [sys.executable, "-c", script, os.path.join(DATA, "readers", "two_cells.pdb")],
+            check=True, capture_output=True, text=True,
+        )
+        self.assertEqual(done.stdout, "1")
 
     def test_warnings_name_the_file_and_line(self):
         crystal = teska.read_string(
