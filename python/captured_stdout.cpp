@@ -5,6 +5,8 @@
 
 #include <iostream>
 
+#include "captured_output.h"
+
 namespace teska::python {
 
 CapturedStdout::CapturedStdout() {
@@ -29,15 +31,10 @@ std::string CapturedStdout::finish() {
     std::fflush(stdout);
     ::dup2(saved_, STDOUT_FILENO);
     ::close(saved_);
-    std::string text;
-    std::rewind(capture_);
-    char buffer[4096];
-    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, capture_)) > 0;)
-        text.append(buffer, n);
-    std::fclose(capture_);
+    std::FILE* capture = capture_;
     capture_ = nullptr;
     saved_ = -1;
-    return text;
+    return cli::read_capture(capture);
 }
 
 }  // namespace teska::python

@@ -11,7 +11,7 @@ namespace teska::python {
 
 class CapturedStdout {
    public:
-    CapturedStdout();  // when standard output cannot be redirected, nothing is captured
+    CapturedStdout();   // when standard output cannot be redirected, nothing is captured
     ~CapturedStdout();  // restores standard output
     CapturedStdout(const CapturedStdout&) = delete;
     CapturedStdout& operator=(const CapturedStdout&) = delete;

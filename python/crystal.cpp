@@ -56,7 +56,7 @@ std::shared_ptr<Molecule> molecule_of(const cli::Structure& s, int m) {
 
 Crystal Crystal::read(const std::string& path, const std::string& name,
                       const ReadRequest& request) {
-    if (request.disorder.empty()) throw PositionedError(name, 0, 0, "disorder must not be empty");
+    if (request.disorder.empty()) throw Error(name, 0, 0, "disorder must not be empty");
     auto owned = std::make_shared<OwnedStructure>();
     cli::Structure& s = owned->s;
     std::vector<std::string> printed_warnings;
@@ -67,9 +67,9 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
                                 request.block.value_or(""));
         });
         printed_warnings = cli::store_warnings(printed.finish());
-    } catch (const PositionedError& e) {
-        throw PositionedError(renamed(e.file(), path, name), e.line(), e.column(),
-                              renamed(e.message(), path, name));
+    } catch (const Error& e) {
+        throw Error(renamed(e.file(), path, name), e.line(), e.column(),
+                    renamed(e.message(), path, name));
     }
 
     Crystal crystal;
@@ -83,7 +83,8 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
     crystal.operations = s.operations;
     crystal.disorder_left_out = s.disorder_left_out;
     if (s.has_cell) {
-        for (int i = 0; i < 6; ++i) crystal.cell[static_cast<std::size_t>(i)] = s.store.cell_latt[i];
+        for (int i = 0; i < 6; ++i)
+            crystal.cell[static_cast<std::size_t>(i)] = s.store.cell_latt[i];
         // The store keeps the cell vectors as the columns of L (Cartesian = L * fractional).
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j) crystal.lattice[i][j] = s.store.cell_latt3x3[j][i];

@@ -42,13 +42,13 @@ struct Molecule {
 class Crystal {
    public:
     // Reads path (of the kind its extension tells, CIF otherwise); name stands for it in
-    // errors and warnings. Throws PositionedError.
+    // errors and warnings. Throws Error.
     static Crystal read(const std::string& path, const std::string& name,
                         const ReadRequest& request);
 
     // Writes in the format asked for, or the one path's extension implies: one file for the cell
     // or one per molecule (NAME_01.xyz, NAME-01.com). Returns the files written. Throws
-    // PositionedError.
+    // Error.
     std::vector<std::string> write(const std::string& path, const WriteRequest& request) const;
 
     std::string file, reader, block, spacegroup, symmetry_source;

@@ -14,27 +14,18 @@ PyObject* error_type = nullptr;
 
 }  // namespace
 
-PositionedError::PositionedError(std::string file, int line, int column,
-                                 const std::string& message)
-    : std::runtime_error(cli::positioned_message(file, line, column, message)),
-      file_(std::move(file)),
-      line_(line),
-      column_(column),
-      message_(message) {}
-
 void rethrow_positioned(const std::string& file) {
     try {
         throw;
-    } catch (const PositionedError&) {
+    } catch (const teska::Error&) {
         throw;
     } catch (const cli::Failure& e) {
-        throw PositionedError(e.file().empty() ? file : e.file(), e.line(), e.column(),
-                              e.message());
+        throw teska::Error(e.file().empty() ? file : e.file(), e.line(), e.column(), e.message());
     } catch (const cli::UsageError& e) {
-        throw PositionedError(file, 0, 0, e.what());
+        throw teska::Error(file, 0, 0, e.what());
     } catch (const ::FatalError& e) {
         // The store's own readers report a fault of the input without its place in the file.
-        throw PositionedError(file, 0, 0, e.what());
+        throw teska::Error(file, 0, 0, e.what());
     }
 }
 
@@ -50,7 +41,7 @@ void register_errors(py::module_& m) {
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             if (thrown) std::rethrow_exception(thrown);
-        } catch (const PositionedError& e) {
+        } catch (const teska::Error& e) {
             py::object error = py::reinterpret_borrow<py::object>(error_type)(e.what());
             error.attr("file") = e.file();
             error.attr("line") = e.line();

@@ -3,10 +3,10 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 #include "crystal.h"
 #include "element_rows.h"
@@ -14,9 +14,9 @@
 #include "formats.h"
 
 namespace py = pybind11;
+using teska::Error;
 using teska::python::Crystal;
 using teska::python::Molecule;
-using teska::python::PositionedError;
 
 namespace {
 
@@ -98,16 +98,21 @@ py::object to_ase(const Crystal& c) {
 Crystal read_text(const std::string& text, const std::string& format, const std::string& name,
                   const teska::python::ReadRequest& request) {
     std::string suffix;
-    if (format == "cif") suffix = ".cif";
-    else if (format == "pdb") suffix = ".pdb";
-    else if (format == "xyz") suffix = ".xyz";
-    else if (format == "mol" || format == "sdf") suffix = ".mol";
-    else throw PositionedError(name, 0, 0, "format must be cif, pdb, xyz or mol");
+    if (format == "cif")
+        suffix = ".cif";
+    else if (format == "pdb")
+        suffix = ".pdb";
+    else if (format == "xyz")
+        suffix = ".xyz";
+    else if (format == "mol" || format == "sdf")
+        suffix = ".mol";
+    else
+        throw Error(name, 0, 0, "format must be cif, pdb, xyz or mol");
     const char* folder = std::getenv("TMPDIR");
     std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") +
                        "/teska-text-XXXXXX" + suffix;
     const int fd = mkstemps(&path[0], static_cast<int>(suffix.size()));
-    if (fd < 0) throw PositionedError(name, 0, 0, "cannot create a temporary file in " + path);
+    if (fd < 0) throw Error(name, 0, 0, "cannot create a temporary file in " + path);
     bool written = true;
     for (std::size_t at = 0; at < text.size() && written;) {
         const ssize_t n = ::write(fd, text.data() + at, text.size() - at);
@@ -119,7 +124,7 @@ Crystal read_text(const std::string& text, const std::string& format, const std:
         std::string path;
         ~Removed() { std::remove(path.c_str()); }
     } removed{path};
-    if (!written) throw PositionedError(name, 0, 0, "cannot write a temporary file " + path);
+    if (!written) throw Error(name, 0, 0, "cannot write a temporary file " + path);
     return Crystal::read(path, name, request);
 }
 
@@ -154,9 +159,9 @@ PYBIND11_MODULE(teska, m) {
     py::class_<Molecule, std::shared_ptr<Molecule>>(m, "Molecule",
                                                     "One molecule of a crystal, whole.")
         .def_property_readonly("symbols", [](const Molecule& mol) { return symbols_of(mol.rows); })
-        .def_property_readonly("numbers",
-                               [](const Molecule& mol) { return atomic_numbers(mol.rows); },
-                               "Atomic numbers (0 for an unknown element), int64.")
+        .def_property_readonly(
+            "numbers", [](const Molecule& mol) { return atomic_numbers(mol.rows); },
+            "Atomic numbers (0 for an unknown element), int64.")
         .def_property_readonly(
             "positions", [](const Molecule& mol) { return rows_of_three(mol.positions); },
             "Cartesian coordinates in angstrom, an n x 3 float64 array (a copy).")
@@ -171,9 +176,8 @@ PYBIND11_MODULE(teska, m) {
         .def_readonly("periodic", &Molecule::periodic,
                       "Bonded to its own periodic image (a chain, layer or network).")
         .def("__len__", &Molecule::size)
-        .def("__repr__", [](const Molecule& mol) {
-            return "<teska.Molecule " + mol.formula + ">";
-        });
+        .def("__repr__",
+             [](const Molecule& mol) { return "<teska.Molecule " + mol.formula + ">"; });
 
     py::class_<Crystal>(m, "Crystal", "A crystal read with teska.read or teska.read_string.")
         .def_readonly("file", &Crystal::file)
@@ -196,8 +200,8 @@ PYBIND11_MODULE(teska, m) {
         .def_property_readonly(
             "operations",
             [](const Crystal& c) {
-                py::array_t<double> ops(
-                    {static_cast<py::ssize_t>(c.operations.size()), py::ssize_t{3}, py::ssize_t{4}});
+                py::array_t<double> ops({static_cast<py::ssize_t>(c.operations.size()),
+                                         py::ssize_t{3}, py::ssize_t{4}});
                 auto out = ops.mutable_unchecked<3>();
                 for (std::size_t k = 0; k < c.operations.size(); ++k)
                     for (int i = 0; i < 3; ++i) {
@@ -208,10 +212,9 @@ PYBIND11_MODULE(teska, m) {
                 return ops;
             },
             "Symmetry operations as fractional maps [R | t], n x 3 x 4.")
-        .def_property_readonly("symbols",
-                               [](const Crystal& c) {
-                                   return symbols_of(concatenated(c, &Molecule::rows));
-                               })
+        .def_property_readonly(
+            "symbols",
+            [](const Crystal& c) { return symbols_of(concatenated(c, &Molecule::rows)); })
         .def_property_readonly(
             "numbers",
             [](const Crystal& c) { return atomic_numbers(concatenated(c, &Molecule::rows)); },
@@ -227,8 +230,7 @@ PYBIND11_MODULE(teska, m) {
             "molecules",
             [](const Crystal& c) {
                 py::list list;
-                for (const auto& molecule : c.molecules)
-                    list.append(molecule);
+                for (const auto& molecule : c.molecules) list.append(molecule);
                 return list;
             },
             "The molecules, whole, one entry each.")
@@ -249,8 +251,8 @@ PYBIND11_MODULE(teska, m) {
             "write",
             [](const Crystal& c, const std::string& path, std::optional<std::string> format,
                bool split, std::array<int, 3> supercell, bool unique, const std::string& job,
-               const std::string& method, const std::string& basis, int charge,
-               int multiplicity, int nprocs, int memory_mb) {
+               const std::string& method, const std::string& basis, int charge, int multiplicity,
+               int nprocs, int memory_mb) {
                 teska::python::WriteRequest request;
                 request.format = std::move(format);
                 request.split = split;
@@ -293,8 +295,8 @@ PYBIND11_MODULE(teska, m) {
         "beta, gamma) for a molecule file without one. Raises teska.Error.");
     m.def(
         "read_string",
-        [](const std::string& text, const std::string& format, const std::string& name,
-           bool strict, const std::string& disorder, std::optional<std::string> block,
+        [](const std::string& text, const std::string& format, const std::string& name, bool strict,
+           const std::string& disorder, std::optional<std::string> block,
            std::optional<std::array<double, 6>> cell) {
             return read_text(text, format, name, read_request(strict, disorder, block, cell));
         },

@@ -18,24 +18,25 @@ cli::Format format_of(const std::string& path, const std::optional<std::string>&
         std::string lower = *name;
         for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         if (const auto format = cli::format_from_name(lower)) return *format;
-        throw PositionedError(path, 0, 0,
-                              "unknown format " + *name +
-                                  ": give one of pdb, cif, xyz, mol, gaussian (com, gjf), orca, "
-                                  "qchem");
+        throw Error(path, 0, 0,
+                    "unknown format " + *name +
+                        ": give one of pdb, cif, xyz, mol, gaussian (com, gjf), orca, "
+                        "qchem");
     }
     if (const auto format = cli::format_from_extension(path)) return *format;
-    throw PositionedError(path, 0, 0,
-                          "cannot tell the format from the extension: give format= (pdb, cif, "
-                          "xyz, mol, gaussian, orca, qchem)");
+    throw Error(path, 0, 0,
+                "cannot tell the format from the extension: give format= (pdb, cif, "
+                "xyz, mol, gaussian, orca, qchem)");
 }
 
 // The combinations `teska convert` refuses, refused here in the words of the keyword arguments.
 void check_request(const std::string& path, const cli::WriteSettings& settings) {
-    auto refuse = [&](const std::string& message) { throw PositionedError(path, 0, 0, message); };
-    if (settings.split && (settings.format == cli::Format::kPdb ||
-                           settings.format == cli::Format::kCif))
-        refuse("split: pdb and cif files hold the whole cell; one file per molecule is xyz, mol, "
-               "gaussian, orca or qchem output");
+    auto refuse = [&](const std::string& message) { throw Error(path, 0, 0, message); };
+    if (settings.split &&
+        (settings.format == cli::Format::kPdb || settings.format == cli::Format::kCif))
+        refuse(
+            "split: pdb and cif files hold the whole cell; one file per molecule is xyz, mol, "
+            "gaussian, orca or qchem output");
     for (int count : settings.supercell)
         if (count < 1 || count > 1000) refuse("supercell: each count must be from 1 to 1000");
     if (settings.has_supercell() && settings.format != cli::Format::kPdb &&
@@ -44,8 +45,9 @@ void check_request(const std::string& path, const cli::WriteSettings& settings) 
     const cli::QuantumJob& job = settings.job;
     if (job.kind != "sp" && job.kind != "opt") refuse("job must be \"sp\" or \"opt\"");
     if (job.kind == "sp" && (job.charge != 0 || job.multiplicity != 1))
-        refuse("single-point jobs (job=\"sp\") are written for charge 0 and a singlet; give "
-               "job=\"opt\" for another charge or multiplicity");
+        refuse(
+            "single-point jobs (job=\"sp\") are written for charge 0 and a singlet; give "
+            "job=\"opt\" for another charge or multiplicity");
     if (job.multiplicity < 1 || job.multiplicity > 99) refuse("multiplicity must be from 1 to 99");
     if (job.nprocs < 1 || job.nprocs > 100000) refuse("nprocs must be from 1 to 100000");
     if (job.memory_mb < 1 || job.memory_mb > (1 << 30)) refuse("memory_mb must be at least 1");
@@ -55,11 +57,12 @@ void check_request(const std::string& path, const cli::WriteSettings& settings) 
 
 std::vector<std::string> Crystal::write(const std::string& path,
                                         const WriteRequest& request) const {
-    if (path.empty()) throw PositionedError(file, 0, 0, "the output name is empty");
+    if (path.empty()) throw Error(file, 0, 0, "the output name is empty");
     cli::WriteSettings settings;
     settings.format = format_of(path, request.format);
     settings.split = request.split;
-    for (int i = 0; i < 3; ++i) settings.supercell[i] = request.supercell[static_cast<std::size_t>(i)];
+    for (int i = 0; i < 3; ++i)
+        settings.supercell[i] = request.supercell[static_cast<std::size_t>(i)];
     settings.unique = request.unique;
     settings.strict = reader == "strict";
     settings.job = request.job;

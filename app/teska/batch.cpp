@@ -86,15 +86,6 @@ void write_all(int fd, const std::string& data) {
     ::_exit(0);  // no exit handlers: the parent's buffers and the store's arrays are not ours
 }
 
-std::string read_capture(std::FILE* capture) {
-    std::string text;
-    std::rewind(capture);
-    char buffer[4096];
-    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, capture)) > 0;)
-        text.append(buffer, n);
-    std::fclose(capture);
-    return text;
-}
 
 void remove_staging(const BatchItem& item, pid_t pid) {
     for (const std::string& directory : item.target_directories)

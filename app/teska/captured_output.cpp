@@ -36,6 +36,16 @@ void append_words(std::string& text, const std::string& line) {
 
 }  // namespace
 
+std::string read_capture(std::FILE* capture) {
+    std::string text;
+    std::rewind(capture);
+    char buffer[4096];
+    for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, capture)) > 0;)
+        text.append(buffer, n);
+    std::fclose(capture);
+    return text;
+}
+
 std::vector<std::string> store_warnings(const std::string& captured) {
     std::vector<std::string> warnings;
     bool in_warning = false;

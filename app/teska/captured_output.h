@@ -3,10 +3,14 @@
 #ifndef TESKA_CLI_CAPTURED_OUTPUT_H
 #define TESKA_CLI_CAPTURED_OUTPUT_H
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace teska::cli {
+
+// Everything written to the capture file, which is closed.
+std::string read_capture(std::FILE* capture);
 
 // Each "WARNING: " line with its continuation lines (nine blanks), as one line without the
 // prefix and with runs of blanks as one; those of a fatal report are its message, not warnings.

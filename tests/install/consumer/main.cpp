@@ -1,7 +1,8 @@
 // Prints the number of molecules in the unit cell of a CIF file.
-#include <cstdio>
 #include <teska/database.h>
 #include <teska/fileio.h>
+
+#include <cstdio>
 
 int main(int argc, char** argv) {
     if (argc != 2) return 2;
