@@ -2,6 +2,7 @@
 // an error naming the tag, so that no coordinate is ever computed from it.
 #include <cctype>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -20,6 +21,10 @@ const char* const kCellTags[6] = {"_cell_length_a",    "_cell_length_b",   "_cel
 constexpr double kPi = 3.14159265358979323846;
 // Below this the cell volume factor sqrt(1 - cos^2 a - ...) is too small for any crystal.
 constexpr double kMinVolumeFactor2 = 1e-6;
+// No crystal has a longer cell edge, or lattice planes closer together; beyond these the
+// bins and image searches of the expansion would need unbounded time.
+constexpr double kMaxLength = 1e5;
+constexpr double kMinPlaneSpacing = 0.5;
 
 }  // namespace
 
@@ -56,6 +61,8 @@ Cell read_cell(gemmi::cif::Block& block, Report& report) {
             report.fail(line, 0, std::string(tag) + " '" + text + "' is not a number");
         if (k < 3 && !(number > 0.0))
             report.fail(line, 0, std::string(tag) + " " + text + " is not a positive length");
+        if (k < 3 && !(number <= kMaxLength))
+            report.fail(line, 0, std::string(tag) + " " + text + " is longer than 100000 angstrom");
         if (k >= 3 && !(number > 0.0 && number < 180.0))
             report.fail(line, 0,
                         std::string(tag) + " " + text + " is not an angle between 0 and 180");
@@ -72,6 +79,20 @@ Cell read_cell(gemmi::cif::Block& block, Report& report) {
                         cif::as_string(*single_value(block, kCellTags[3])) + ", " +
                         cif::as_string(*single_value(block, kCellTags[4])) + ", " +
                         cif::as_string(*single_value(block, kCellTags[5])) + ") close no cell");
+    // Plane spacing along axis k: the cell volume over the area of the face of the other two
+    // edges, length_k * sqrt(factor2) / sin(angle_k).
+    for (int k = 0; k < 3; ++k) {
+        const double sine = std::sin(cell.parameters[3 + k] * kPi / 180.0);
+        const double spacing = cell.parameters[k] * std::sqrt(factor2) / sine;
+        if (!(spacing >= kMinPlaneSpacing)) {
+            char text[160];
+            std::snprintf(text, sizeof text,
+                          "the cell is too thin: its %s planes are %.3g angstrom apart (at least "
+                          "0.5 angstrom)",
+                          k == 0 ? "(100)" : k == 1 ? "(010)" : "(001)", spacing);
+            report.fail(tag_line(block, kCellTags[k]), 0, text);
+        }
+    }
     return cell;
 }
 

@@ -72,7 +72,7 @@ PeriodicBins::PeriodicBins(const Lattice& lattice, double reach, int capacity) {
     long long total = 1;
     for (int k = 0; k < 3; ++k) {
         const double bins = std::floor(lattice.plane_spacing(k) / reach);
-        n_[k] = bins < 1.0 ? 1 : static_cast<int>(std::min(bins, 1e6));
+        n_[k] = !(bins >= 1.0) ? 1 : static_cast<int>(std::min(bins, 1e6));
         total *= n_[k];
     }
     const long long limit = std::max(kMinBins, kMaxBinsPerAtom * capacity);

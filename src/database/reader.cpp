@@ -20,8 +20,9 @@ namespace {
 using namespace database_detail;
 
 void check_options(const ReadOptions& options, const Report& report) {
-    if (!(options.bond_scale > 0.0) || !std::isfinite(options.bond_scale))
-        report.fail(0, 0, "the bond scale must be a positive number");
+    // Beyond 4 every atom bonds to far neighbours, and the image searches grow with the cube.
+    if (!(options.bond_scale > 0.0 && options.bond_scale <= 4.0))
+        report.fail(0, 0, "the bond scale must be a number above 0 and at most 4");
     if (options.disorder == DisorderMode::kGroup && options.disorder_group.empty())
         report.fail(0, 0, "no disorder group named for the chosen-group mode");
 }

@@ -20,6 +20,10 @@ namespace {
 
 namespace cif = gemmi::cif;
 
+// Coordinates beyond this (fractional or Cartesian) place no atom of any cell; the expansion
+// folds coordinates into the cell and needs them finite and with digits below the unit.
+constexpr double kMaxCoordinate = 1e6;
+
 // Columns of the atom-site table, in the order asked of gemmi.
 enum SiteColumn {
     kX,
@@ -228,6 +232,10 @@ std::vector<Site> read_sites(gemmi::cif::Block& block, FileIO& store, Report& re
                 report.fail(
                     line, 0,
                     "site " + site.label + ": coordinate '" + row[kX + k] + "' is not a number");
+            if (!(std::fabs(x[k]) <= kMaxCoordinate))
+                report.fail(line, 0,
+                            "site " + site.label + ": coordinate '" + row[kX + k] +
+                                "' is beyond 1000000 in magnitude");
         }
         const std::string occupancy = optional_text(row, kOccupancy);
         if (!occupancy.empty()) {

@@ -45,6 +45,15 @@ TEST(Cell, AMissingZeroOrImpossibleCellIsAnErrorNamingTheTag) {
         {cell_text("0", "60"), "test.cif:2: _cell_length_a 0 is not a positive length"},
         {cell_text("-5", "60"), "test.cif:2: _cell_length_a -5 is not a positive length"},
         {cell_text("ten", "60"), "test.cif:2: _cell_length_a 'ten' is not a number"},
+        // Beyond a double, and beyond any crystal.
+        {cell_text("11.0E+3000", "60"),
+         "test.cif:2: _cell_length_a 11.0E+3000 is longer than 100000 angstrom"},
+        {cell_text("100001", "60"),
+         "test.cif:2: _cell_length_a 100001 is longer than 100000 angstrom"},
+        // a = 0.5 with alpha = 60: (100) planes 0.5 * sqrt(1/2) / sin 60 = 0.408 apart.
+        {cell_text("0.5", "90"),
+         "test.cif:2: the cell is too thin: its (100) planes are 0.408 angstrom apart (at "
+         "least 0.5 angstrom)"},
         {cell_text("10", "180"),
          "test.cif:7: _cell_angle_gamma 180 is not an angle between 0 and 180"},
         // 60 + 60 < 150: the three angles close no cell.
@@ -126,7 +135,7 @@ TEST(Sites, EverySiteLeftOutIsAnError) {
     }
 }
 
-TEST(Sites, ACoordinateThatIsNoNumberIsAnError) {
+TEST(Sites, ACoordinateThatIsNoNumberOrOutOfRangeIsAnError) {
     try {
         read_text(
             "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n"
@@ -136,6 +145,18 @@ TEST(Sites, ACoordinateThatIsNoNumberIsAnError) {
         ADD_FAILURE() << "no error";
     } catch (const teska::Error& e) {
         EXPECT_EQ(std::string(e.what()), "test.cif:8: site C1: coordinate '0.5x' is not a number");
+    }
+    for (const char* x : {"1e400", "-1000001"}) {
+        try {
+            read_text(std::string("data_x\n_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
+                                  "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
+                                  "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
+                                  "_atom_site_fract_z\nC1 0 ") + x + " 0\n");
+            ADD_FAILURE() << "no error for " << x;
+        } catch (const teska::Error& e) {
+            EXPECT_EQ(std::string(e.what()), std::string("test.cif:8: site C1: coordinate '") + x +
+                                                 "' is beyond 1000000 in magnitude");
+        }
     }
 }
 
