@@ -93,6 +93,16 @@ bool is_directory(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+std::string input_file_problem(const std::string& path) {
+    struct stat info;
+    if (::stat(path.c_str(), &info) != 0) return "no such file";
+    if (S_ISDIR(info.st_mode)) return "is a directory";
+    // A device such as /dev/zero would be read without end.
+    if (S_ISCHR(info.st_mode) || S_ISBLK(info.st_mode)) return "is a device, not a file";
+    if (info.st_size > (off_t{1} << 30)) return "is larger than 1 GiB";
+    return std::string();
+}
+
 bool same_existing_file(const std::string& a, const std::string& b) {
     struct stat first, second;
     return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 &&

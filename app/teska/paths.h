@@ -25,6 +25,9 @@ std::string normalised_path(const std::string& path);
 
 bool path_exists(const std::string& path);
 bool is_directory(const std::string& path);
+// Why a path cannot be read as an input ("no such file", "is a directory", a device, more
+// than 1 GiB), or "" when it can.
+std::string input_file_problem(const std::string& path);
 // Both names exist and are one file.
 bool same_existing_file(const std::string& a, const std::string& b);
 

@@ -31,8 +31,8 @@ std::vector<std::string> Structure::molecule_formulas() const {
 
 void load_structure(Structure& s, const std::string& path, InputKind kind,
                     const ReadSettings& settings, const std::string& block) {
-    if (!path_exists(path)) throw Failure(path, "no such file");
-    if (is_directory(path)) throw Failure(path, "is a directory");
+    const std::string problem = input_file_problem(path);
+    if (!problem.empty()) throw Failure(path, problem);
     switch (kind) {
         case InputKind::kCif:
             if (settings.strict || !database_reader_available())

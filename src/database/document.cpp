@@ -20,6 +20,8 @@ namespace {
 
 namespace cif = gemmi::cif;
 
+constexpr std::size_t kMaxFileBytes = std::size_t{1} << 30;
+
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
 bool starts_with_keyword(const std::string& text, std::size_t at, const char* keyword) {
@@ -183,7 +185,15 @@ std::string read_text_file(const std::string& path) {
     std::string text;
     char buffer[1 << 16];
     std::size_t count;
-    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) text.append(buffer, count);
+    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) {
+        // A larger file is no crystal, and parsing one would take several times its size in
+        // memory; an endless stream such as /dev/zero ends here too.
+        if (text.size() + count > kMaxFileBytes) {
+            std::fclose(file);
+            throw Error(path, 0, 0, "the file is larger than 1 GiB");
+        }
+        text.append(buffer, count);
+    }
     const bool failed = std::ferror(file) != 0;
     std::fclose(file);
     if (failed) throw Error(path, 0, 0, "cannot read the file");

@@ -128,6 +128,17 @@ TEST(GrammarErrors, AnUnreadableFileNamesItself) {
     }
 }
 
+// An endless stream is read up to the limit, not until memory runs out.
+TEST(GrammarErrors, AnEndlessStreamStopsAtTheSizeLimit) {
+    FileIO store;
+    try {
+        teska::read_database_cif(store, "/dev/zero");
+        ADD_FAILURE() << "no error";
+    } catch (const teska::Error& e) {
+        EXPECT_EQ(std::string(e.what()), "/dev/zero: the file is larger than 1 GiB");
+    }
+}
+
 TEST(Blocks, FirstWithAtomSitesByNameOrEveryOne) {
     const std::string path = data("several_blocks.cif");
     EXPECT_EQ(teska::database_blocks_with_atoms(path),

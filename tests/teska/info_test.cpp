@@ -71,6 +71,14 @@ TEST(Info, JsonParsesWholeAndCarriesTheCounts) {
     EXPECT_NE(run.err.find("missing.cif: no such file\n"), std::string::npos);
 }
 
+// A device is refused before any reader would read it without end.
+TEST(Info, ADeviceIsNoInput) {
+    ScratchDir dir;
+    const auto run = run_teska({"info", "/dev/zero"}, dir.path());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("/dev/zero: is a device, not a file\n"), std::string::npos) << run.err;
+}
+
 // A molfile becomes a crystal with --cell; an XYZ file without one has no cell, and its two
 // molecules are the bonded pieces as placed; a PDB file brings its cell.
 TEST(Info, MoleculeFilesWithAndWithoutACell) {
