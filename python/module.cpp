@@ -287,7 +287,7 @@ PYBIND11_MODULE(teska, m) {
            std::optional<std::string> block, std::optional<std::array<double, 6>> cell) {
             return Crystal::read(path, path, read_request(strict, disorder, block, cell));
         },
-        py::arg("path"), py::kw_only(), py::arg("strict") = false, py::arg("disorder") = "major",
+        py::arg("path"), py::arg("strict") = false, py::arg("disorder") = "major",
         py::arg("block") = py::none(), py::arg("cell") = py::none(),
         "Reads a crystal from a CIF file (the database reader; strict=True: the rules of "
         "cif2pdb), or a PDB, XYZ or MDL molfile by its extension. disorder: \"major\", \"all\" "

@@ -174,9 +174,8 @@ class ReadingTest(TempDir):
         self.assertEqual(done.stdout, "1")
 
     def test_warnings_name_the_file_and_line(self):
-        crystal = teska.read_string(
-            open(os.path.join(DATA, "database", "unclosed_quote.cif")).read(), name="quoted.cif"
-        )
+        with open(os.path.join(DATA, "database", "unclosed_quote.cif")) as f:
+            crystal = teska.read_string(f.read(), name="quoted.cif")
         self.assertTrue(any(w.startswith("quoted.cif:2") for w in crystal.warnings), crystal.warnings)
 
 
