@@ -42,6 +42,9 @@ struct ReadOptions {
     std::string disorder_group;  // with DisorderMode::kGroup; assemblies without it keep
                                  // their major part
     double bond_scale = 1.15;
+    // Images of the kept sites under the operations (the atoms before merging) beyond which
+    // the read is an error: its time and memory grow with them.
+    long long max_cell_atoms = 20000000;
 };
 
 // What was read beside the store's contents.

@@ -252,12 +252,11 @@ struct Expansion {
 // partial sites, the higher occupancy winning. Last, copies of one partial site that the
 // bonds join into one molecule with occupancies adding up to at most one are alternatives
 // (disorder about a special position written without a negative group): the first stays.
-// With every part kept, only coinciding atoms are merged. More than kMaxCellAtoms images
+// With every part kept, only coinciding atoms are merged. More than max_cell_atoms images
 // are an error.
-constexpr long long kMaxCellAtoms = 20000000;
 Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& disorder,
                        const std::vector<gemmi::Op>& ops, const Lattice& lattice, double bond_scale,
-                       Report& report);
+                       long long max_cell_atoms, Report& report);
 
 // ----- Molecules into the store (molecules.cpp) -----
 

@@ -191,13 +191,14 @@ int drop_alternative_copies(const std::vector<Site>& sites, const DisorderChoice
 
 Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& disorder,
                        const std::vector<gemmi::Op>& ops, const Lattice& lattice, double bond_scale,
-                       Report& report) {
+                       long long max_cell_atoms, Report& report) {
     long long kept_sites = 0;
     for (char keep : disorder.keep) kept_sites += keep;
-    if (kept_sites * static_cast<long long>(ops.size()) > kMaxCellAtoms)
+    if (kept_sites * static_cast<long long>(ops.size()) > max_cell_atoms)
         report.fail(0, 0,
                     "too many atoms in the cell: " + std::to_string(kept_sites) + " sites x " +
-                        std::to_string(ops.size()) + " operations");
+                        std::to_string(ops.size()) + " operations, more than " +
+                        std::to_string(max_cell_atoms));
     const std::vector<Image> images = images_of(sites, disorder.keep, ops);
     const int n = static_cast<int>(images.size());
     std::vector<char> removed(n, 0);

@@ -57,7 +57,7 @@ TEST(Expansion, PositionsAreWrappedIntoTheCellWhateverTheirDistance) {
     const double m[3][3] = {{10, 0, 0}, {0, 10, 0}, {0, 0, 10}};
     Report report("x.cif");
     const Expansion cell =
-        expand_sites({site}, disorder, {gemmi::Op::identity()}, Lattice(m), 1.15, report);
+        expand_sites({site}, disorder, {gemmi::Op::identity()}, Lattice(m), 1.15, 1000, report);
     ASSERT_EQ(cell.atoms.size(), 1u);
     EXPECT_EQ(cell.atoms[0].frac[0], 0.75);
     EXPECT_EQ(cell.atoms[0].frac[1], 0.75);
@@ -74,11 +74,13 @@ TEST(Expansion, TooManyAtomsInTheCellIsAnError) {
     const double m[3][3] = {{10, 0, 0}, {0, 10, 0}, {0, 0, 10}};
     Report report("x.cif");
     try {
-        expand_sites(sites, disorder, ops, Lattice(m), 1.15, report);
+        expand_sites(sites, disorder, ops, Lattice(m), 1.15, teska::ReadOptions().max_cell_atoms,
+                     report);
         ADD_FAILURE() << "no error";
     } catch (const teska::Error& e) {
         EXPECT_EQ(std::string(e.what()),
-                  "x.cif: too many atoms in the cell: 105000 sites x 192 operations");
+                  "x.cif: too many atoms in the cell: 105000 sites x 192 operations, more than "
+                  "20000000");
     }
 }
 
