@@ -55,12 +55,6 @@ declare -A dict=([cif_reader]=cif [symop]=symop [molfile]=molfile [pdb_reader]=p
                  [xyz_reader]=xyz [database]=cif [conversion]=cif)
 declare -A max_len=([cif_reader]=32768 [symop]=1024 [molfile]=8192 [pdb_reader]=8192
                     [xyz_reader]=4096 [database]=32768 [conversion]=32768)
-# The molfile reader keeps a slot's arrays when a nested table allocates the slot anew (the
-# store never releases them), so many of its inputs end with more allocations than frees and
-# libFuzzer's leak check after each such input, a pass over the whole heap, would take most
-# of the time. Its leaks are checked when the run ends instead; what the store keeps grows by
-# about 350 MB per million inputs, so a long run gets more memory than the others.
-declare -A target_flags=([molfile]="-detect_leaks=0 -rss_limit_mb=8192")
 seeds_of() {
     local t="$1"
     echo tests/data
@@ -89,7 +83,7 @@ for t in "${targets[@]}"; do
     "$build/fuzz/fuzz_$t" \
         -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len="${max_len[$t]}" \
         -dict="fuzz/dict/${dict[$t]}.dict" -artifact_prefix="$dir/crashes/" \
-        -print_final_stats=1 -close_fd_mask=1 ${target_flags[$t]:-} "${extra[@]}" \
+        -print_final_stats=1 -close_fd_mask=1 "${extra[@]}" \
         "$dir/corpus" "${seeds[@]}" > "$dir/log" 2>&1 || status=$?
     # libFuzzer's last lines: "#N DONE cov: C ft: F ..." and "Done N runs in S second(s)".
     stats=$(grep -E '^#[0-9]+' "$dir/log" | tail -n 1 | grep -oE 'cov: [0-9]+ ft: [0-9]+' || true)

@@ -12,9 +12,15 @@
 
 namespace teska::python {
 
+// The store, and every array allocated while it was read or written: released with it, also
+// those the store no longer points to.
 struct Crystal::OwnedStructure {
     cli::Structure s;
-    ~OwnedStructure() { fileio_detail::release_store(s.store); }
+    fileio_detail::ArrayRecord arrays;
+    ~OwnedStructure() {
+        const fileio_detail::ArrayRecording recording(arrays);
+        fileio_detail::release_store(s.store);
+    }
 };
 
 namespace {
@@ -61,6 +67,7 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
     cli::Structure& s = owned->s;
     std::vector<std::string> printed_warnings;
     try {
+        const fileio_detail::ArrayRecording recording(owned->arrays);
         CapturedStdout printed;
         with_errors_of(path, [&] {
             cli::load_structure(s, path, cli::input_kind_of(path), settings_of(request),
@@ -100,6 +107,8 @@ Crystal Crystal::read(const std::string& path, const std::string& name,
 }
 
 cli::Structure& Crystal::structure() const { return structure_->s; }
+
+fileio_detail::ArrayRecord& Crystal::store_arrays() const { return structure_->arrays; }
 
 int Crystal::atom_count() const {
     int atoms = 0;

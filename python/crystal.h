@@ -12,6 +12,10 @@
 #include "structure.h"
 #include "write_outputs.h"
 
+namespace fileio_detail {
+class ArrayRecord;
+}
+
 namespace teska::python {
 
 struct ReadRequest {
@@ -66,6 +70,8 @@ class Crystal {
    private:
     struct OwnedStructure;
     cli::Structure& structure() const;
+    // Lists the store arrays the writers allocate, released with the store.
+    fileio_detail::ArrayRecord& store_arrays() const;
     std::shared_ptr<OwnedStructure> structure_;
 };
 

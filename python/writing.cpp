@@ -8,6 +8,7 @@
 #include "formats.h"
 #include "output_naming.h"
 #include "staged_outputs.h"
+#include "store_arrays.h"
 
 namespace teska::python {
 
@@ -69,6 +70,7 @@ std::vector<std::string> Crystal::write(const std::string& path,
     check_request(path, settings);
 
     const CapturedStdout printed;  // the store's writers report what they write
+    const fileio_detail::ArrayRecording recording(store_arrays());
     return with_errors_of(file, [&] {
         const cli::OutputTarget target = cli::plan_output(file, path, "", settings.per_molecule());
         cli::StagedOutputs staging(file, target.directory);

@@ -18,6 +18,13 @@ namespace {
 
 constexpr int kSourceCif = 2;
 
+// The store's arrays that teska fills itself, allocated as the store's own, with one element
+// to spare.
+template <typename T>
+T* new_store_array(std::size_t count) {
+    return fileio_detail::new_store_array<T>(static_cast<long long>(count) + 1);
+}
+
 // PDB files of structures that are not crystals carry the placeholder cell 1 1 1 90 90 90.
 bool is_real_cell(const double cell[6]) {
     for (int k = 0; k < 6; ++k)

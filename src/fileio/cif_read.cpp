@@ -492,7 +492,7 @@ void build_crystal_from_cif_columns(FileIO& store, int fract_columns, bool verbo
     make_coordinates_consistent(store, fract_columns != 0);
 
     store.separate_cif_molecules(verbose);
-    delete[] store.cif_radius;
+    delete_store_array(store.cif_radius);
     store.cif_radius = nullptr;
     store.is_periodic = true;
     if (verbose) std::printf("Crystal file %s parsing done.\n", store.input_filename.c_str());

@@ -18,6 +18,7 @@
 
 namespace {
 
+using fileio_detail::delete_store_array;
 using fileio_detail::new_store_array;
 
 // Element row, radius and both coordinate sets of a list of atoms, as the store keeps them.
@@ -39,10 +40,10 @@ AtomArrays allocate_atom_arrays(long long count) {
 }
 
 void release_atom_arrays(const AtomArrays& arrays) {
-    delete[] arrays.atypes;
-    delete[] arrays.radius;
-    delete[] arrays.x_s;
-    delete[] arrays.x;
+    delete_store_array(arrays.atypes);
+    delete_store_array(arrays.radius);
+    delete_store_array(arrays.x_s);
+    delete_store_array(arrays.x);
 }
 
 void copy_atom(const AtomArrays& from, long long i, const AtomArrays& to, long long k) {

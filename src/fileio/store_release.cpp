@@ -9,7 +9,7 @@ namespace {
 
 template <typename T>
 void release_array(T*& array) {
-    delete[] array;
+    delete_store_array(array);
     array = nullptr;
 }
 
@@ -17,11 +17,16 @@ void release_array(T*& array) {
 template <typename T>
 void release_table(T**& table, int entries) {
     if (table == nullptr) return;
-    for (int i = 0; i < entries; ++i) delete[] table[i];
+    for (int i = 0; i < entries; ++i) delete_store_array(table[i]);
     release_array(table);
 }
 
 }  // namespace
+
+ArrayRecord*& active_array_record() {
+    thread_local ArrayRecord* record = nullptr;
+    return record;
+}
 
 void release_store(FileIO& store) {
     release_array(store.cif_atypes);

@@ -5,6 +5,8 @@
 #ifndef FILEIO_STORE_RELEASE_H
 #define FILEIO_STORE_RELEASE_H
 
+#include "store_arrays.h"
+
 class FileIO;
 
 namespace fileio_detail {
@@ -14,17 +16,20 @@ namespace fileio_detail {
 // store's readers allocate them: new[] through fileio_detail::new_store_array.
 void release_store(FileIO& store);
 
-// Owns a store for one input and releases its arrays when the input is done, also when a
-// reader leaves by an exception.
+// Owns a store for one input: records every array allocated meanwhile and, when the input is
+// done (also when a reader leaves by an exception), releases the store and then frees the
+// arrays the store no longer points to.
 class StoreGuard {
    public:
-    explicit StoreGuard(FileIO& store) : store_(store) {}
+    explicit StoreGuard(FileIO& store) : store_(store), recording_(record_) {}
     ~StoreGuard() { release_store(store_); }
     StoreGuard(const StoreGuard&) = delete;
     StoreGuard& operator=(const StoreGuard&) = delete;
 
    private:
     FileIO& store_;
+    ArrayRecord record_;        // destroyed last: frees what release_store did not reach
+    ArrayRecording recording_;  // closed before the record frees
 };
 
 }  // namespace fileio_detail

@@ -129,6 +129,34 @@ TEST(ReleaseStore, HandsBackEveryByteAConversionTook) {
 #endif
 }
 
+// A nested V3000 table allocates the molecule slot anew over the outer table's arrays, which
+// the store then no longer points to: the guard's record frees them too.
+TEST(ReleaseStore, HandsBackWhatTheStoreLetGoOf) {
+#ifdef FUZZ_TEST_HEAP_COUNTS
+    const std::string input = test_support::test_data("readers/nested_v3000.mol");
+    const auto read_nested = [&] {
+        FileIO store;
+        const fileio_detail::StoreGuard release(store);
+        store.natoms_cif = 64;
+        store.cif_atypes = fileio_detail::new_store_array<int>(64);
+        store.cif_x = fileio_detail::new_store_array<double>(3 * 64);
+        store.nmols = 1;
+        store.mol_natoms = fileio_detail::new_store_array<int>(1);
+        store.mol_atypes = fileio_detail::new_store_array<int*>(1);
+        store.mol_x = fileio_detail::new_store_array<double*>(1);
+        store.mol_x_s = fileio_detail::new_store_array<double*>(1);
+        store.read_data_mol(input.c_str(), 0, false);
+        ASSERT_GT(store.mol_natoms[0], 0);
+    };
+    read_nested();
+    const std::size_t before = __sanitizer_get_current_allocated_bytes();
+    read_nested();
+    EXPECT_EQ(__sanitizer_get_current_allocated_bytes(), before);
+#else
+    GTEST_SKIP() << "the heap is measured in AddressSanitizer builds";
+#endif
+}
+
 TEST(MemoryFile, ReadersSeeWhatItHoldsNow) {
     fuzz_support::MemoryFile file;
     const std::string first = "first text", second = "2nd";
