@@ -110,6 +110,11 @@ bool normalise_triplet(const std::string& text, std::string* out, std::string* p
 // Normalises and parses one operation and checks that its rotation is an integer matrix of
 // determinant +-1.
 bool parse_operation(const std::string& text, gemmi::Op* op, std::string* problem);
+// Why gemmi's Hall parser must not be given this symbol, or "" when it may: longer than any
+// Hall symbol, a number of more than four digits, a change of basis that is no operation, or
+// a screw subscript on a rotation whose axis neither the symbol nor the axis rules give (which
+// that parser would apply along no axis, out of bounds).
+std::string hall_symbol_problem(const std::string& hall);
 // "P 21/n", "P_21/n", "P 2(1)/n 1" and the like, made comparable with gemmi's table.
 std::string normalise_hm_name(const std::string& name);
 // Symmetry from the operations loop, else the Hall symbol, else the H-M name, else the IT

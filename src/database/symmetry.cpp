@@ -23,6 +23,8 @@ using gemmi::Op;
 constexpr std::size_t kMaxTripletLength = 120;
 constexpr std::size_t kMaxIntegerDigits = 4;
 constexpr std::size_t kMaxDecimalLength = 20;
+// The longest Hall symbols of the tables have about 25 characters.
+constexpr std::size_t kMaxHallLength = 80;
 // A decimal is taken as k/24 when it lies this close (in units of 1/24) to it: 0.3333 and
 // 0.333 are 1/3, 0.33 is not.
 constexpr double kDecimalTolerance = 0.01;
@@ -65,6 +67,11 @@ Named from_hall(cif::Block& block, Report& report) {
         if (hall.empty()) continue;
         named.given = hall;
         named.line = tag_line(block, tag);
+        const std::string problem = hall_symbol_problem(hall);
+        if (!problem.empty()) {
+            report.warn(named.line, "Hall symbol '" + hall + "' cannot be read: " + problem);
+            return named;
+        }
         try {
             const gemmi::GroupOps group = gemmi::symops_from_hall(hall.c_str());
             named.ops = ops_of(group);
@@ -207,6 +214,65 @@ bool normalise_triplet(const std::string& text, std::string* out, std::string* p
         *out += std::to_string(static_cast<int>(k)) + "/24";
     }
     return true;
+}
+
+std::string hall_symbol_problem(const std::string& hall) {
+    if (hall.size() > kMaxHallLength)
+        return "longer than " + std::to_string(kMaxHallLength) + " characters";
+    for (std::size_t i = 0, run = 0; i < hall.size(); ++i) {
+        run = std::isdigit(static_cast<unsigned char>(hall[i])) ? run + 1 : 0;
+        if (run > kMaxIntegerDigits) return "a number has too many digits";
+    }
+    // The parser's own reading: blanks are ' ', '\t' and '_'; an optional '-', the lattice
+    // letter, then matrix symbols up to an optional change of basis in parentheses.
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '_'; };
+    const std::size_t n = hall.size();
+    std::size_t i = 0;
+    while (i < n && blank(hall[i])) ++i;
+    if (i < n && hall[i] == '-') ++i;
+    while (i < n && blank(hall[i])) ++i;
+    if (i < n) ++i;  // the lattice letter
+    int position = 0, previous = 0;
+    while (true) {
+        while (i < n && blank(hall[i])) ++i;
+        if (i >= n || hall[i] == '(') break;
+        std::size_t end = i;
+        while (end < n && !blank(hall[end])) ++end;
+        const std::string symbol = hall.substr(i, end - i);
+        ++position;
+        // A lone "1" followed by a space or the end is skipped, leaving the previous order.
+        if (symbol == "1" && (end == n || hall[end] == ' ')) {
+            i = end;
+            continue;
+        }
+        i = end;
+        std::size_t p = symbol[0] == '-' ? 1 : 0;
+        if (p >= symbol.size() || symbol[p] < '1' || symbol[p] == '5' || symbol[p] > '6')
+            return std::string();  // the parser rejects it with its own message
+        const int order = symbol[p] - '0';
+        bool subscript = false, axis = false, diagonal = false;
+        for (++p; p < symbol.size(); ++p) {
+            const char c = symbol[p];
+            if (c >= '1' && c <= '5') subscript = true;
+            if (c == 'x' || c == 'y' || c == 'z') axis = true;
+            if (c == '\'' || c == '"' || c == '*') diagonal = true;
+        }
+        // The axis rules, where the symbol names no axis: the first symbol turns about z, a
+        // second 2-fold after a 2- or 4-fold about x.
+        if (!axis && !diagonal)
+            axis = position == 1 || (position == 2 && order == 2 && (previous == 2 || previous == 4));
+        if (subscript && !axis) return "the screw subscript of '" + symbol + "' has no axis";
+        previous = order;
+    }
+    if (i < n) {  // "(0 0 1)" or "(x,y,z+1/12)"
+        const std::size_t close = hall.find(')', i);
+        const std::string basis = hall.substr(i + 1, close == std::string::npos ? std::string::npos : close - i - 1);
+        gemmi::Op op;
+        std::string problem;
+        if (basis.find(',') != std::string::npos && !parse_operation(basis, &op, &problem))
+            return "change of basis '" + basis + "': " + problem;
+    }
+    return std::string();
 }
 
 bool parse_operation(const std::string& text, gemmi::Op* op, std::string* problem) {

@@ -130,6 +130,34 @@ TEST(SymmetrySources, NumbersOutsideTheTableAndUnknownNamesFallThrough) {
               "standard setting P 1 21 1");
 }
 
+// Every Hall symbol of the tables goes to gemmi's parser; symbols it would apply a screw
+// subscript along no axis with, over-long numbers and singular changes of basis do not. A
+// refused symbol falls through to the next source with a warning.
+TEST(SymmetrySources, HallSymbolsTheParserCannotTakeAreRefusedFirst) {
+    using teska::database_detail::hall_symbol_problem;
+    for (const gemmi::SpaceGroup& group : gemmi::spacegroup_tables::main)
+        EXPECT_EQ(hall_symbol_problem(group.hall), "") << group.hall;
+    EXPECT_EQ(hall_symbol_problem("-F 4 2\"3"), "the screw subscript of '2\"3' has no axis");
+    EXPECT_EQ(hall_symbol_problem("P 3 2*1"), "the screw subscript of '2*1' has no axis");
+    EXPECT_EQ(hall_symbol_problem("P 6 21"), "the screw subscript of '21' has no axis");
+    EXPECT_EQ(hall_symbol_problem("P 2 1_21"), "the screw subscript of '21' has no axis");
+    EXPECT_EQ(hall_symbol_problem("P 1 3 31"), "the screw subscript of '31' has no axis");
+    EXPECT_EQ(hall_symbol_problem("P 2 2\"x1"), "");  // the axis is given
+    EXPECT_EQ(hall_symbol_problem("P 2 21"), "");     // x after a 2-fold
+    EXPECT_EQ(hall_symbol_problem("P 31 (0 0 12345)"), "a number has too many digits");
+    EXPECT_EQ(hall_symbol_problem("P 2 (x,x,z)"),
+              "change of basis 'x,x,z': the rotation does not have determinant 1 or -1");
+
+    std::vector<std::string> warnings;
+    const teska::database_detail::Symmetry s =
+        symmetry_of("_symmetry_space_group_name_Hall '-F 4 2\"3'\n_space_group_IT_number 2",
+                    &warnings);
+    EXPECT_EQ(s.source, "number");
+    EXPECT_EQ(warnings.at(0),
+              "x.cif:2: Hall symbol '-F 4 2\"3' cannot be read: the screw subscript of '2\"3' "
+              "has no axis");
+}
+
 const char* const kEthyneDinitrogen =
     "_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
     "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
