@@ -81,6 +81,7 @@ Cell read_cell(gemmi::cif::Block& block, Report& report) {
                         cif::as_string(*single_value(block, kCellTags[5])) + ") close no cell");
     // Plane spacing along axis k: the cell volume over the area of the face of the other two
     // edges, length_k * sqrt(factor2) / sin(angle_k).
+    const char* const kPlanes[3] = {"(100)", "(010)", "(001)"};
     for (int k = 0; k < 3; ++k) {
         const double sine = std::sin(cell.parameters[3 + k] * kPi / 180.0);
         const double spacing = cell.parameters[k] * std::sqrt(factor2) / sine;
@@ -89,7 +90,7 @@ Cell read_cell(gemmi::cif::Block& block, Report& report) {
             std::snprintf(text, sizeof text,
                           "the cell is too thin: its %s planes are %.3g angstrom apart (at least "
                           "0.5 angstrom)",
-                          k == 0 ? "(100)" : k == 1 ? "(010)" : "(001)", spacing);
+                          kPlanes[k], spacing);
             report.fail(tag_line(block, kCellTags[k]), 0, text);
         }
     }

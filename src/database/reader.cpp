@@ -23,7 +23,8 @@ void check_options(const ReadOptions& options, const Report& report) {
     // Beyond 4 every atom bonds to far neighbours, and the image searches grow with the cube.
     if (!(options.bond_scale > 0.0 && options.bond_scale <= 4.0))
         report.fail(0, 0, "the bond scale must be a number above 0 and at most 4");
-    if (options.max_cell_atoms < 1) report.fail(0, 0, "the limit of atoms in the cell must be positive");
+    if (options.max_cell_atoms < 1)
+        report.fail(0, 0, "the limit of atoms in the cell must be positive");
     if (options.disorder == DisorderMode::kGroup && options.disorder_group.empty())
         report.fail(0, 0, "no disorder group named for the chosen-group mode");
 }
@@ -89,9 +90,8 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
                     0, "no atoms: every atom site was left out");
     const DisorderChoice disorder = choose_disorder(sites, options, report);
     const Lattice lattice(store.cell_latt3x3);
-    const Expansion expansion =
-        expand_sites(sites, disorder, symmetry.ops, lattice, options.bond_scale,
-                     options.max_cell_atoms, report);
+    const Expansion expansion = expand_sites(sites, disorder, symmetry.ops, lattice,
+                                             options.bond_scale, options.max_cell_atoms, report);
     if (expansion.atoms.empty()) report.fail(0, 0, "no atoms left after the disorder choice");
     const Molecules molecules = store_molecules(store, expansion, options.bond_scale, report);
     store_texts(store, block, name, symmetry);

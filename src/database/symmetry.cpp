@@ -260,13 +260,15 @@ std::string hall_symbol_problem(const std::string& hall) {
         // The axis rules, where the symbol names no axis: the first symbol turns about z, a
         // second 2-fold after a 2- or 4-fold about x.
         if (!axis && !diagonal)
-            axis = position == 1 || (position == 2 && order == 2 && (previous == 2 || previous == 4));
+            axis =
+                position == 1 || (position == 2 && order == 2 && (previous == 2 || previous == 4));
         if (subscript && !axis) return "the screw subscript of '" + symbol + "' has no axis";
         previous = order;
     }
     if (i < n) {  // "(0 0 1)" or "(x,y,z+1/12)"
         const std::size_t close = hall.find(')', i);
-        const std::string basis = hall.substr(i + 1, close == std::string::npos ? std::string::npos : close - i - 1);
+        const std::string basis =
+            hall.substr(i + 1, close == std::string::npos ? std::string::npos : close - i - 1);
         gemmi::Op op;
         std::string problem;
         if (basis.find(',') != std::string::npos && !parse_operation(basis, &op, &problem))

@@ -148,10 +148,12 @@ TEST(Sites, ACoordinateThatIsNoNumberOrOutOfRangeIsAnError) {
     }
     for (const char* x : {"1e400", "-1000001"}) {
         try {
-            read_text(std::string("data_x\n_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
-                                  "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
-                                  "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
-                                  "_atom_site_fract_z\nC1 0 ") + x + " 0\n");
+            read_text(
+                std::string("data_x\n_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
+                            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
+                            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
+                            "_atom_site_fract_z\nC1 0 ") +
+                x + " 0\n");
             ADD_FAILURE() << "no error for " << x;
         } catch (const teska::Error& e) {
             EXPECT_EQ(std::string(e.what()), std::string("test.cif:8: site C1: coordinate '") + x +

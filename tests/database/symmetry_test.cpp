@@ -149,9 +149,8 @@ TEST(SymmetrySources, HallSymbolsTheParserCannotTakeAreRefusedFirst) {
               "change of basis 'x,x,z': the rotation does not have determinant 1 or -1");
 
     std::vector<std::string> warnings;
-    const teska::database_detail::Symmetry s =
-        symmetry_of("_symmetry_space_group_name_Hall '-F 4 2\"3'\n_space_group_IT_number 2",
-                    &warnings);
+    const teska::database_detail::Symmetry s = symmetry_of(
+        "_symmetry_space_group_name_Hall '-F 4 2\"3'\n_space_group_IT_number 2", &warnings);
     EXPECT_EQ(s.source, "number");
     EXPECT_EQ(warnings.at(0),
               "x.cif:2: Hall symbol '-F 4 2\"3' cannot be read: the screw subscript of '2\"3' "
