@@ -1,7 +1,7 @@
 // teska.Error and the translation of the readers' and writers' failures into it.
 #include "errors.h"
 
-#include "failure.h"
+#include "teska/error.h"
 
 namespace py = pybind11;
 
@@ -13,21 +13,6 @@ namespace {
 PyObject* error_type = nullptr;
 
 }  // namespace
-
-void rethrow_positioned(const std::string& file) {
-    try {
-        throw;
-    } catch (const teska::Error&) {
-        throw;
-    } catch (const cli::Failure& e) {
-        throw teska::Error(e.file().empty() ? file : e.file(), e.line(), e.column(), e.message());
-    } catch (const cli::UsageError& e) {
-        throw teska::Error(file, 0, 0, e.what());
-    } catch (const ::FatalError& e) {
-        // The store's own readers report a fault of the input without its place in the file.
-        throw teska::Error(file, 0, 0, e.what());
-    }
-}
 
 void register_errors(py::module_& m) {
     error_type = PyErr_NewExceptionWithDoc(

@@ -1,79 +1,93 @@
 // The Python module teska: read a crystal (or a molecule file) into whole molecules, look at
-// them as NumPy arrays, write them in every format `teska convert` writes, hand them to ASE.
+// its atoms, molecules, bonds, species and unique molecules as NumPy arrays, write it in every
+// format `teska convert` writes, hand it to ASE. Arrays of the atoms are read-only views of the
+// crystal's own; the others are built once per access.
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-
-#include "crystal.h"
-#include "element_rows.h"
 #include "errors.h"
-#include "formats.h"
+#include "teska/crystal.h"
+#include "writing.h"
 
 namespace py = pybind11;
-using teska::Error;
-using teska::python::Crystal;
-using teska::python::Molecule;
+using teska::Crystal;
 
 namespace {
 
-py::array_t<double> rows_of_three(const std::vector<double>& values) {
-    const py::ssize_t n = static_cast<py::ssize_t>(values.size() / 3);
-    py::array_t<double> array({n, py::ssize_t{3}});
-    std::copy(values.begin(), values.end(), array.mutable_data());
-    return array;
+// One molecule of a crystal, as Python sees it: the crystal and the molecule's index.
+struct MoleculeView {
+    Crystal crystal;
+    int index;
+    const teska::Molecule& molecule() const {
+        return crystal.molecules()[static_cast<std::size_t>(index)];
+    }
+};
+
+struct UniqueView {
+    Crystal crystal;
+    int index;
+    const teska::UniqueMolecule& unique() const {
+        return crystal.unique_molecules()[static_cast<std::size_t>(index)];
+    }
+};
+
+struct SpeciesView {
+    Crystal crystal;
+    int index;
+    const teska::Species& species() const {
+        return crystal.species()[static_cast<std::size_t>(index)];
+    }
+};
+
+template <typename T>
+py::array read_only(py::array_t<T> array) {
+    array.attr("flags").attr("writeable") = false;
+    return std::move(array);
 }
 
-// Atomic numbers: the element rows of the store, 0 for an unknown element.
-py::array_t<std::int64_t> atomic_numbers(const std::vector<int>& rows) {
-    py::array_t<std::int64_t> numbers(static_cast<py::ssize_t>(rows.size()));
-    std::int64_t* out = numbers.mutable_data();
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        out[i] = rows[i] > 0 && rows[i] < kElementRows ? rows[i] : 0;
-    return numbers;
+// Rows of `columns` values from values[first * columns], a view kept alive by owner.
+template <typename T>
+py::array view(const std::vector<T>& values, std::size_t first, std::size_t rows, int columns,
+               py::handle owner) {
+    const T* data = values.empty() ? nullptr : values.data() + first * columns;
+    if (columns == 1) return read_only(py::array_t<T>({rows}, {sizeof(T)}, data, owner));
+    return read_only(py::array_t<T>({rows, static_cast<std::size_t>(columns)},
+                                    {sizeof(T) * columns, sizeof(T)}, data, owner));
 }
 
-py::list symbols_of(const std::vector<int>& rows) {
+py::list symbols_of(const Crystal& c, int first, int count) {
     py::list symbols;
-    for (int row : rows) symbols.append(fileio_detail::element_symbol(row));
+    for (int i = first; i < first + count; ++i) symbols.append(c.symbol(i));
     return symbols;
 }
 
-// The atoms of the whole cell, molecule after molecule.
-template <typename Field>
-std::vector<Field> concatenated(const Crystal& c, std::vector<Field> Molecule::*field) {
-    std::vector<Field> all;
-    for (const auto& molecule : c.molecules)
-        all.insert(all.end(), ((*molecule).*field).begin(), ((*molecule).*field).end());
-    return all;
-}
-
-py::array_t<std::int64_t> molecule_index(const Crystal& c) {
-    py::array_t<std::int64_t> index(c.atom_count());
-    std::int64_t* out = index.mutable_data();
-    for (std::size_t m = 0; m < c.molecules.size(); ++m)
-        for (int i = 0; i < c.molecules[m]->size(); ++i) *out++ = static_cast<std::int64_t>(m);
-    return index;
+py::list labels_of(const Crystal& c, int first, int count) {
+    py::list labels;
+    for (int i = first; i < first + count; ++i) labels.append(c.labels()[static_cast<std::size_t>(i)]);
+    return labels;
 }
 
 py::object lattice_of(const Crystal& c) {
-    if (!c.has_cell) return py::none();
+    if (!c.has_cell()) return py::none();
     py::array_t<double> lattice({3, 3});
     auto out = lattice.mutable_unchecked<2>();
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) out(i, j) = c.lattice[i][j];
+    const auto rows = c.lattice();
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t j = 0; j < 3; ++j) out(i, j) = rows[i][j];
     return std::move(lattice);
 }
 
-py::object fractional_of(const Crystal& c) {
-    if (!c.has_cell) return py::none();
-    return rows_of_three(concatenated(c, &Molecule::fractional));
+py::array molecule_index(const Crystal& c) {
+    py::array_t<std::int64_t> index(c.atom_count());
+    std::int64_t* out = index.mutable_data();
+    for (std::size_t m = 0; m < c.molecules().size(); ++m)
+        for (int i = 0; i < c.molecules()[m].atom_count; ++i) *out++ = static_cast<std::int64_t>(m);
+    return std::move(index);
 }
 
-py::object to_ase(const Crystal& c) {
+py::object to_ase(py::object self) {
+    const Crystal& c = self.cast<const Crystal&>();
     py::module_ ase;
     try {
         ase = py::module_::import("ase");
@@ -82,9 +96,9 @@ py::object to_ase(const Crystal& c) {
         throw py::import_error("to_ase() needs ASE (the Python package ase, Debian python3-ase)");
     }
     py::dict arguments;
-    arguments["numbers"] = atomic_numbers(concatenated(c, &Molecule::rows));
-    arguments["positions"] = rows_of_three(concatenated(c, &Molecule::positions));
-    if (c.has_cell) {
+    arguments["numbers"] = view(c.elements(), 0, static_cast<std::size_t>(c.atom_count()), 1, self);
+    arguments["positions"] = view(c.positions(), 0, static_cast<std::size_t>(c.atom_count()), 3, self);
+    if (c.has_cell()) {
         arguments["cell"] = lattice_of(c);
         arguments["pbc"] = true;
     }
@@ -93,106 +107,167 @@ py::object to_ase(const Crystal& c) {
     return atoms;
 }
 
-// read_string: the text goes to a temporary file of the kind format names, which every reader
-// can take; errors and warnings name the text by name.
-Crystal read_text(const std::string& text, const std::string& format, const std::string& name,
-                  const teska::python::ReadRequest& request) {
-    std::string suffix;
-    if (format == "cif")
-        suffix = ".cif";
-    else if (format == "pdb")
-        suffix = ".pdb";
-    else if (format == "xyz")
-        suffix = ".xyz";
-    else if (format == "mol" || format == "sdf")
-        suffix = ".mol";
-    else
-        throw Error(name, 0, 0, "format must be cif, pdb, xyz or mol");
-    const char* folder = std::getenv("TMPDIR");
-    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") +
-                       "/teska-text-XXXXXX" + suffix;
-    const int fd = mkstemps(&path[0], static_cast<int>(suffix.size()));
-    if (fd < 0) throw Error(name, 0, 0, "cannot create a temporary file in " + path);
-    bool written = true;
-    for (std::size_t at = 0; at < text.size() && written;) {
-        const ssize_t n = ::write(fd, text.data() + at, text.size() - at);
-        written = n > 0;
-        if (written) at += static_cast<std::size_t>(n);
-    }
-    written = (::close(fd) == 0) && written;
-    struct Removed {
-        std::string path;
-        ~Removed() { std::remove(path.c_str()); }
-    } removed{path};
-    if (!written) throw Error(name, 0, 0, "cannot write a temporary file " + path);
-    return Crystal::read(path, name, request);
-}
-
-teska::python::ReadRequest read_request(bool strict, const std::string& disorder,
-                                        const std::optional<std::string>& block,
-                                        const std::optional<std::array<double, 6>>& cell) {
-    teska::python::ReadRequest request;
-    request.strict = strict;
-    request.disorder = disorder;
-    request.block = block;
-    request.cell = cell;
-    return request;
+teska::ReadSettings read_settings(bool strict, const std::string& disorder,
+                                  const std::optional<std::string>& block,
+                                  const std::optional<std::array<double, 6>>& cell) {
+    teska::ReadSettings settings;
+    settings.strict = strict;
+    settings.disorder = disorder;
+    settings.block = block.value_or("");
+    settings.cell = cell;
+    return settings;
 }
 
 std::string describe(const Crystal& c) {
-    std::string text = "<teska.Crystal " + c.file + ": " + std::to_string(c.atom_count()) +
-                       " atoms in " + std::to_string(c.molecules.size()) + " molecules";
-    if (!c.spacegroup.empty()) text += ", " + c.spacegroup;
+    std::string text = "<teska.Crystal " + c.file() + ": " + std::to_string(c.atom_count()) +
+                       " atoms in " + std::to_string(c.molecules().size()) + " molecules";
+    if (!c.spacegroup().empty()) text += ", " + c.spacegroup();
     return text + ">";
 }
 
-}  // namespace
-
-PYBIND11_MODULE(teska, m) {
-    m.doc() =
-        "Crystal structures from CIF files (and PDB, XYZ and MDL molfiles) as whole molecules, "
-        "one entry per molecule, with writers for PDB, CIF, XYZ, MOL and Gaussian, ORCA and "
-        "Q-Chem inputs.";
-    m.attr("__version__") = TESKA_VERSION;
-    teska::python::register_errors(m);
-
-    py::class_<Molecule, std::shared_ptr<Molecule>>(m, "Molecule",
-                                                    "One molecule of a crystal, whole.")
-        .def_property_readonly("symbols", [](const Molecule& mol) { return symbols_of(mol.rows); })
+void bind_molecule(py::module_& m) {
+    py::class_<MoleculeView>(m, "Molecule", "One molecule of a crystal, whole.")
+        .def_readonly("index", &MoleculeView::index, "Its index in Crystal.molecules.")
+        .def_property_readonly("symbols", [](const MoleculeView& v) {
+            return symbols_of(v.crystal, v.molecule().first_atom, v.molecule().atom_count);
+        })
         .def_property_readonly(
-            "numbers", [](const Molecule& mol) { return atomic_numbers(mol.rows); },
-            "Atomic numbers (0 for an unknown element), int64.")
+            "numbers",
+            [](py::object self) {
+                const MoleculeView& v = self.cast<const MoleculeView&>();
+                return view(v.crystal.elements(), static_cast<std::size_t>(v.molecule().first_atom),
+                            static_cast<std::size_t>(v.molecule().atom_count), 1, self);
+            },
+            "Atomic numbers (0 for an unknown element), int32, read-only.")
         .def_property_readonly(
-            "positions", [](const Molecule& mol) { return rows_of_three(mol.positions); },
-            "Cartesian coordinates in angstrom, an n x 3 float64 array (a copy).")
+            "positions",
+            [](py::object self) {
+                const MoleculeView& v = self.cast<const MoleculeView&>();
+                return view(v.crystal.positions(), static_cast<std::size_t>(v.molecule().first_atom),
+                            static_cast<std::size_t>(v.molecule().atom_count), 3, self);
+            },
+            "Cartesian coordinates in angstrom, n x 3 float64, read-only.")
         .def_property_readonly(
             "fractional",
-            [](const Molecule& mol) -> py::object {
-                if (mol.fractional.empty() && !mol.positions.empty()) return py::none();
-                return rows_of_three(mol.fractional);
+            [](py::object self) -> py::object {
+                const MoleculeView& v = self.cast<const MoleculeView&>();
+                if (!v.crystal.has_cell()) return py::none();
+                return view(v.crystal.fractional(),
+                            static_cast<std::size_t>(v.molecule().first_atom),
+                            static_cast<std::size_t>(v.molecule().atom_count), 3, self);
             },
             "Fractional coordinates, n x 3 float64; None without a cell.")
-        .def_readonly("formula", &Molecule::formula, "Formula in Hill order.")
-        .def_readonly("periodic", &Molecule::periodic,
-                      "Bonded to its own periodic image (a chain, layer or network).")
-        .def("__len__", &Molecule::size)
-        .def("__repr__",
-             [](const Molecule& mol) { return "<teska.Molecule " + mol.formula + ">"; });
+        .def_property_readonly(
+            "labels",
+            [](const MoleculeView& v) {
+                return labels_of(v.crystal, v.molecule().first_atom, v.molecule().atom_count);
+            },
+            "Site labels of the file (atom names of a PDB file; symbol and number otherwise).")
+        .def_property_readonly(
+            "occupancies",
+            [](py::object self) {
+                const MoleculeView& v = self.cast<const MoleculeView&>();
+                return view(v.crystal.occupancies(),
+                            static_cast<std::size_t>(v.molecule().first_atom),
+                            static_cast<std::size_t>(v.molecule().atom_count), 1, self);
+            },
+            "Site occupancies, float64.")
+        .def_property_readonly(
+            "bonds",
+            [](const MoleculeView& v) {
+                const std::vector<teska::Bond>& bonds = v.crystal.bonds(v.index);
+                py::array_t<std::int64_t> pairs({bonds.size(), std::size_t{2}});
+                auto out = pairs.mutable_unchecked<2>();
+                for (std::size_t k = 0; k < bonds.size(); ++k) {
+                    out(static_cast<py::ssize_t>(k), 0) = bonds[k].a;
+                    out(static_cast<py::ssize_t>(k), 1) = bonds[k].b;
+                }
+                return pairs;
+            },
+            "Bonded pairs of atoms of the molecule (indices within it, a < b), n x 2 int64.")
+        .def_property_readonly(
+            "species",
+            [](const MoleculeView& v) {
+                return v.crystal.molecule_species()[static_cast<std::size_t>(v.index)];
+            },
+            "Index of its species in Crystal.species.")
+        .def_property_readonly("formula", [](const MoleculeView& v) { return v.molecule().formula; },
+                               "Formula in Hill order.")
+        .def_property_readonly(
+            "periodic", [](const MoleculeView& v) { return v.molecule().periodic; },
+            "Bonded to its own periodic image (a chain, layer or network).")
+        .def("__len__", [](const MoleculeView& v) { return v.molecule().atom_count; })
+        .def("__repr__", [](const MoleculeView& v) {
+            return "<teska.Molecule " + std::to_string(v.index) + " " + v.molecule().formula + ">";
+        });
 
+    py::class_<SpeciesView>(m, "Species", "A kind of molecule: the same elements bonded the same way.")
+        .def_property_readonly("formula", [](const SpeciesView& v) { return v.species().formula; })
+        .def_property_readonly("count", [](const SpeciesView& v) { return v.species().count; },
+                               "Molecules of this kind in the cell.")
+        .def_property_readonly(
+            "representative",
+            [](const SpeciesView& v) { return MoleculeView{v.crystal, v.species().representative}; },
+            "Its first molecule.")
+        .def_property_readonly("molecules", [](const SpeciesView& v) { return v.species().molecules; },
+                               "Indices of its molecules.")
+        .def("__repr__", [](const SpeciesView& v) {
+            return "<teska.Species " + v.species().formula + " x" +
+                   std::to_string(v.species().count) + ">";
+        });
+
+    py::class_<UniqueView>(m, "UniqueMolecule",
+                           "A molecule that no symmetry operation makes from an earlier one, "
+                           "with the molecules it stands for.")
+        .def_property_readonly(
+            "molecule", [](const UniqueView& v) { return MoleculeView{v.crystal, v.unique().molecule}; })
+        .def_property_readonly("images", [](const UniqueView& v) { return v.unique().images; },
+                               "Indices of the molecules it stands for, itself first.")
+        .def_property_readonly(
+            "operations", [](const UniqueView& v) { return v.unique().operations; },
+            "For each image, the index in Crystal.operations of the operation that makes it "
+            "(-1 where the operations hold no identity).")
+        .def_property_readonly(
+            "shifts",
+            [](const UniqueView& v) {
+                const auto& shifts = v.unique().shifts;
+                py::array_t<std::int64_t> out({shifts.size(), std::size_t{3}});
+                auto o = out.mutable_unchecked<2>();
+                for (std::size_t k = 0; k < shifts.size(); ++k)
+                    for (std::size_t d = 0; d < 3; ++d)
+                        o(static_cast<py::ssize_t>(k), static_cast<py::ssize_t>(d)) = shifts[k][d];
+                return out;
+            },
+            "For each image, the lattice vector added after the operation, n x 3 int64.")
+        .def("__repr__", [](const UniqueView& v) {
+            const teska::Molecule& molecule =
+                v.crystal.molecules()[static_cast<std::size_t>(v.unique().molecule)];
+            return "<teska.UniqueMolecule " + molecule.formula + " x" +
+                   std::to_string(v.unique().images.size()) + ">";
+        });
+}
+
+py::object atoms_view(py::object self, const std::vector<double>& (Crystal::*values)() const,
+                      int columns) {
+    const Crystal& c = self.cast<const Crystal&>();
+    return view((c.*values)(), 0, static_cast<std::size_t>(c.atom_count()), columns, self);
+}
+
+void bind_crystal(py::module_& m) {
     py::class_<Crystal>(m, "Crystal", "A crystal read with teska.read or teska.read_string.")
-        .def_readonly("file", &Crystal::file)
-        .def_readonly("reader", &Crystal::reader,
-                      "\"database\", \"strict\", \"pdb\", \"xyz\" or \"molfile\".")
-        .def_readonly("block", &Crystal::block)
-        .def_readonly("spacegroup", &Crystal::spacegroup)
-        .def_readonly("symmetry_source", &Crystal::symmetry_source)
-        .def_readonly("has_cell", &Crystal::has_cell)
+        .def_property_readonly("file", &Crystal::file)
+        .def_property_readonly("reader", &Crystal::reader,
+                               "\"database\", \"strict\", \"pdb\", \"xyz\" or \"molfile\".")
+        .def_property_readonly("block", &Crystal::block)
+        .def_property_readonly("spacegroup", &Crystal::spacegroup)
+        .def_property_readonly("symmetry_source", &Crystal::symmetry_source)
+        .def_property_readonly("has_cell", &Crystal::has_cell)
         .def_property_readonly(
             "cell",
             [](const Crystal& c) -> py::object {
-                if (!c.has_cell) return py::none();
-                return py::make_tuple(c.cell[0], c.cell[1], c.cell[2], c.cell[3], c.cell[4],
-                                      c.cell[5]);
+                if (!c.has_cell()) return py::none();
+                const auto p = c.cell();
+                return py::make_tuple(p[0], p[1], p[2], p[3], p[4], p[5]);
             },
             "(a, b, c, alpha, beta, gamma) in angstrom and degrees; None without a cell.")
         .def_property_readonly("lattice", &lattice_of,
@@ -200,53 +275,77 @@ PYBIND11_MODULE(teska, m) {
         .def_property_readonly(
             "operations",
             [](const Crystal& c) {
-                py::array_t<double> ops({static_cast<py::ssize_t>(c.operations.size()),
-                                         py::ssize_t{3}, py::ssize_t{4}});
-                auto out = ops.mutable_unchecked<3>();
-                for (std::size_t k = 0; k < c.operations.size(); ++k)
+                const auto& ops = c.operations();
+                py::array_t<double> out({ops.size(), std::size_t{3}, std::size_t{4}});
+                auto o = out.mutable_unchecked<3>();
+                for (std::size_t k = 0; k < ops.size(); ++k)
                     for (int i = 0; i < 3; ++i) {
                         for (int j = 0; j < 3; ++j)
-                            out(static_cast<py::ssize_t>(k), i, j) = c.operations[k].r[i][j];
-                        out(static_cast<py::ssize_t>(k), i, 3) = c.operations[k].t[i];
+                            o(static_cast<py::ssize_t>(k), i, j) = ops[k].r[i][j];
+                        o(static_cast<py::ssize_t>(k), i, 3) = ops[k].t[i];
                     }
-                return ops;
+                return out;
             },
             "Symmetry operations as fractional maps [R | t], n x 3 x 4.")
+        .def_property_readonly("formula", &Crystal::formula, "Of the cell, Hill order.")
         .def_property_readonly(
-            "symbols",
-            [](const Crystal& c) { return symbols_of(concatenated(c, &Molecule::rows)); })
+            "symbols", [](const Crystal& c) { return symbols_of(c, 0, c.atom_count()); })
         .def_property_readonly(
             "numbers",
-            [](const Crystal& c) { return atomic_numbers(concatenated(c, &Molecule::rows)); },
-            "Atomic numbers of the cell's atoms, molecule after molecule.")
+            [](py::object self) {
+                const Crystal& c = self.cast<const Crystal&>();
+                return view(c.elements(), 0, static_cast<std::size_t>(c.atom_count()), 1, self);
+            },
+            "Atomic numbers of the cell's atoms, molecule after molecule, int32.")
         .def_property_readonly(
-            "positions",
-            [](const Crystal& c) { return rows_of_three(concatenated(c, &Molecule::positions)); },
+            "positions", [](py::object self) { return atoms_view(self, &Crystal::positions, 3); },
             "Cartesian coordinates of the cell's atoms in angstrom, molecule after molecule.")
-        .def_property_readonly("fractional", &fractional_of)
+        .def_property_readonly(
+            "fractional",
+            [](py::object self) -> py::object {
+                if (!self.cast<const Crystal&>().has_cell()) return py::none();
+                return atoms_view(self, &Crystal::fractional, 3);
+            },
+            "Fractional coordinates, n x 3 float64; None without a cell.")
+        .def_property_readonly(
+            "labels", [](const Crystal& c) { return labels_of(c, 0, c.atom_count()); },
+            "Site labels of the file (atom names of a PDB file; symbol and number otherwise).")
+        .def_property_readonly(
+            "occupancies", [](py::object self) { return atoms_view(self, &Crystal::occupancies, 1); },
+            "Site occupancies, float64.")
         .def_property_readonly("molecule_index", &molecule_index,
                                "The molecule of each atom, int64.")
         .def_property_readonly(
             "molecules",
             [](const Crystal& c) {
                 py::list list;
-                for (const auto& molecule : c.molecules) list.append(molecule);
+                for (std::size_t i = 0; i < c.molecules().size(); ++i)
+                    list.append(MoleculeView{c, static_cast<int>(i)});
                 return list;
             },
             "The molecules, whole, one entry each.")
         .def_property_readonly(
+            "species",
+            [](const Crystal& c) {
+                py::list list;
+                for (std::size_t i = 0; i < c.species().size(); ++i)
+                    list.append(SpeciesView{c, static_cast<int>(i)});
+                return list;
+            },
+            "The kinds of molecule, in order of first appearance.")
+        .def_property_readonly(
             "unique_molecules",
             [](const Crystal& c) {
                 py::list list;
-                for (int index : c.unique)
-                    list.append(c.molecules[static_cast<std::size_t>(index)]);
+                for (std::size_t i = 0; i < c.unique_molecules().size(); ++i)
+                    list.append(UniqueView{c, static_cast<int>(i)});
                 return list;
             },
-            "The molecules that are no image of an earlier one under the symmetry operations.")
-        .def_readonly("unique_indices", &Crystal::unique)
-        .def_readonly("warnings", &Crystal::warnings)
-        .def_readonly("disorder_left_out", &Crystal::disorder_left_out,
-                      "Sites left out by the disorder choice.")
+            "The molecules that are no image of an earlier one under the symmetry operations, "
+            "each with the molecules it stands for.")
+        .def_property_readonly("warnings", &Crystal::warnings)
+        .def_property_readonly("disorder_left_out", &Crystal::disorder_left_out,
+                               "Sites left out by the disorder choice.")
         .def(
             "write",
             [](const Crystal& c, const std::string& path, std::optional<std::string> format,
@@ -265,7 +364,7 @@ PYBIND11_MODULE(teska, m) {
                 request.job.multiplicity = multiplicity;
                 request.job.nprocs = nprocs;
                 request.job.memory_mb = memory_mb;
-                return c.write(path, request);
+                return teska::python::write_crystal(c, path, request);
             },
             py::arg("path"), py::arg("format") = py::none(), py::arg("split") = false,
             py::arg("supercell") = std::array<int, 3>{1, 1, 1}, py::arg("unique") = false,
@@ -280,12 +379,26 @@ PYBIND11_MODULE(teska, m) {
              "\"molecule\"; needs ASE.")
         .def("__len__", &Crystal::atom_count)
         .def("__repr__", &describe);
+}
+
+}  // namespace
+
+PYBIND11_MODULE(_teska, m) {
+    m.doc() =
+        "Crystal structures from CIF files (and PDB, XYZ and MDL molfiles) as whole molecules, "
+        "one entry per molecule, with their bonds, species and symmetry-unique molecules, and "
+        "writers for PDB, CIF, XYZ, MOL and Gaussian, ORCA and Q-Chem inputs.";
+    m.attr("__version__") = TESKA_VERSION;
+    teska::python::register_errors(m);
+    bind_molecule(m);
+    bind_crystal(m);
 
     m.def(
         "read",
         [](const std::string& path, bool strict, const std::string& disorder,
            std::optional<std::string> block, std::optional<std::array<double, 6>> cell) {
-            return Crystal::read(path, path, read_request(strict, disorder, block, cell));
+            const teska::ReadSettings settings = read_settings(strict, disorder, block, cell);
+            return Crystal::read(path, settings);
         },
         py::arg("path"), py::arg("strict") = false, py::arg("disorder") = "major",
         py::arg("block") = py::none(), py::arg("cell") = py::none(),
@@ -295,15 +408,16 @@ PYBIND11_MODULE(teska, m) {
         "beta, gamma) for a molecule file without one. Raises teska.Error.");
     m.def(
         "read_string",
-        [](const std::string& text, const std::string& format, const std::string& name, bool strict,
-           const std::string& disorder, std::optional<std::string> block,
+        [](const std::string& text, const std::string& format, const std::string& name,
+           bool strict, const std::string& disorder, std::optional<std::string> block,
            std::optional<std::array<double, 6>> cell) {
-            return read_text(text, format, name, read_request(strict, disorder, block, cell));
+            const teska::ReadSettings settings = read_settings(strict, disorder, block, cell);
+            return Crystal::read_text(text, format, name, settings);
         },
         py::arg("text"), py::kw_only(), py::arg("format") = "cif", py::arg("name") = "<string>",
         py::arg("strict") = false, py::arg("disorder") = "major", py::arg("block") = py::none(),
         py::arg("cell") = py::none(),
         "Reads a crystal from text: format is \"cif\", \"pdb\", \"xyz\" or \"mol\"; name stands "
         "for the text in errors and warnings. Otherwise as read().");
-    m.attr("formats") = py::cast(teska::cli::format_names_accepted());
+    m.attr("formats") = py::cast(teska::format_names_accepted());
 }

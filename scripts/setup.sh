@@ -11,6 +11,7 @@ packages=(
     libcli11-dev            # the teska command line
     clang libclang-rt-14-dev # fuzz/: clang and its libFuzzer runtime (only recommended by clang)
     pybind11-dev python3-dev python3-numpy # the Python module
+    python3-venv python3-pip python3-setuptools python3-wheel # pip install . (offline)
     pkg-config              # the test of the installed package
 )
 

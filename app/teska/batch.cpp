@@ -17,8 +17,8 @@
 
 #include "captured_output.h"
 #include "failure.h"
-#include "paths.h"
-#include "staged_outputs.h"
+#include "teska/paths.h"
+#include "teska/outputs.h"
 
 namespace teska::cli {
 
@@ -72,7 +72,7 @@ void write_all(int fd, const std::string& data) {
     JobResult result;
     try {
         result = work(index);
-    } catch (const Failure& e) {
+    } catch (const teska::Error& e) {
         result = JobResult();
         result.error = e.what();
     } catch (const std::exception& e) {

@@ -1,40 +1,7 @@
-// Reading the store's own reports out of a child's captured output.
+// Reading a child's captured output.
 #include "captured_output.h"
 
-#include <sstream>
-
 namespace teska::cli {
-
-namespace {
-
-const char kFatalHeader[] = "ERROR  transport : ";
-const char kWarning[] = "WARNING: ";
-const char kContinuation[] = "         ";
-
-std::vector<std::string> lines_of(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-bool starts_with(const std::string& text, const char* prefix) {
-    return text.compare(0, std::char_traits<char>::length(prefix), prefix) == 0;
-}
-
-// Appends line to text with one blank between, blanks inside collapsed.
-void append_words(std::string& text, const std::string& line) {
-    std::istringstream words(line);
-    for (std::string word; words >> word;) {
-        if (!text.empty()) text += ' ';
-        text += word;
-    }
-}
-
-}  // namespace
 
 std::string read_capture(std::FILE* capture) {
     std::string text;
@@ -44,50 +11,6 @@ std::string read_capture(std::FILE* capture) {
         text.append(buffer, n);
     std::fclose(capture);
     return text;
-}
-
-std::vector<std::string> store_warnings(const std::string& captured) {
-    std::vector<std::string> warnings;
-    bool in_warning = false;
-    for (const std::string& line : lines_of(captured)) {
-        if (line.find(kFatalHeader) != std::string::npos) break;  // its message is the error
-        if (starts_with(line, kWarning)) {
-            warnings.emplace_back();
-            append_words(warnings.back(), line.substr(sizeof kWarning - 1));
-            in_warning = true;
-        } else if (in_warning && starts_with(line, kContinuation)) {
-            append_words(warnings.back(), line);
-        } else {
-            in_warning = false;
-        }
-    }
-    return warnings;
-}
-
-std::string store_fatal_message(const std::string& captured) {
-    const std::vector<std::string> lines = lines_of(captured);
-    std::size_t header = lines.size();
-    for (std::size_t i = 0; i < lines.size(); ++i)
-        if (lines[i].find(kFatalHeader) != std::string::npos) header = i;
-    if (header == lines.size()) return std::string();
-    std::string message;
-    for (std::size_t i = header + 1; i < lines.size(); ++i) {
-        std::string line = lines[i];
-        if (starts_with(line, kWarning)) line = line.substr(sizeof kWarning - 1);
-        if (starts_with(line, "ERROR: ")) line = line.substr(7);
-        append_words(message, line);
-    }
-    return message;
-}
-
-std::string last_line(const std::string& captured) {
-    const std::vector<std::string> lines = lines_of(captured);
-    for (auto it = lines.rbegin(); it != lines.rend(); ++it) {
-        std::string words;
-        append_words(words, *it);
-        if (!words.empty()) return words;
-    }
-    return std::string();
 }
 
 }  // namespace teska::cli

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
@@ -80,13 +81,13 @@ ReadSettings read_settings_of(const ReaderOptions& options) {
             if (c == ',') c = ' ';
         const char* at = text.c_str();
         int count = 0;
+        std::array<double, 6> c{};
         for (char* end = nullptr; count < 7; ++count) {
             const double value = std::strtod(at, &end);
             if (end == at) break;
-            if (count < 6) settings.cell[count] = value;
+            if (count < 6) c[static_cast<std::size_t>(count)] = value;
             at = end;
         }
-        const double* c = settings.cell;
         const bool lengths = c[0] > 0 && c[1] > 0 && c[2] > 0;
         const bool angles =
             c[3] > 0 && c[3] < 180 && c[4] > 0 && c[4] < 180 && c[5] > 0 && c[5] < 180;
@@ -95,7 +96,7 @@ ReadSettings read_settings_of(const ReaderOptions& options) {
             throw UsageError(
                 "--cell takes six numbers a,b,c,alpha,beta,gamma (angstrom, degrees), not " +
                 options.cell);
-        settings.cell_given = true;
+        settings.cell = c;
     }
     return settings;
 }

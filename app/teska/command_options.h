@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "batch.h"
-#include "structure.h"
+#include "teska/crystal.h"
 
 namespace teska::cli {
 

@@ -9,7 +9,7 @@
 #include "convert_job.h"
 #include "failure.h"
 #include "inputs.h"
-#include "paths.h"
+#include "teska/paths.h"
 #include "report.h"
 
 namespace teska::cli {
@@ -162,7 +162,7 @@ int ConvertCommand::run() {
 
     std::vector<ConvertPlan> plans;
     for (const std::string& input : all_inputs)
-        plans.push_back({input, input_kind_of(input),
+        plans.push_back({input,
                          plan_output(input, output_, directory_, write.per_molecule())});
     check_outputs(plans, write, settings.all_blocks);
     if (!batch_.shard.empty()) {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "command_options.h"
-#include "write_outputs.h"
+#include "teska/crystal.h"
 
 namespace teska::cli {
 

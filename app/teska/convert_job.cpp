@@ -7,20 +7,18 @@
 #include "batch.h"
 #include "captured_output.h"
 #include "failure.h"
-#include "formulas.h"
-#include "paths.h"
-#include "staged_outputs.h"
+#include "teska/fileio.h"
+#include "teska/paths.h"
 
 namespace teska::cli {
 
-void describe(const Structure& s, const std::string& input, JobResult& result) {
-    result.atoms = s.atom_count();
-    result.molecules = s.store.nmols;
-    result.formulas = grouped_formulas(s.molecule_formulas());
-    for (const std::string& warning : store_warnings(take_child_output()))
-        result.warnings.push_back(input + ": warning: " + warning);
-    for (const std::string& warning : s.warnings)
-        result.warnings.push_back(as_warning(input, warning));
+void describe(const Crystal& crystal, JobResult& result) {
+    result.atoms = crystal.atom_count();
+    result.molecules = static_cast<int>(crystal.molecules().size());
+    std::vector<std::string> formulas;
+    for (const Molecule& molecule : crystal.molecules()) formulas.push_back(molecule.formula);
+    result.formulas = grouped_formulas(formulas);
+    result.warnings = crystal.warnings();
 }
 
 namespace {
@@ -29,14 +27,28 @@ namespace {
 JobResult convert_as_cif2pdb(const ConvertPlan& plan) {
     StagedOutputs staging(plan.input, plan.target.directory);
     const std::string path = staging.path_for(single_output_path(plan.target, Format::kPdb));
-    auto s = std::make_unique<Structure>();
-    const int closed = s->store.write_cif2pdb(plan.input.c_str(), path.c_str(), false, false);
-    if (s->atom_count() == 0) throw Failure(plan.input, "the cell holds no atoms");
-    if (closed != 0)
-        throw Failure(plan.input,
-                      "writing " + single_output_path(plan.target, Format::kPdb) + " failed");
+    auto store = std::make_unique<FileIO>();
+    const int closed = store->write_cif2pdb(plan.input.c_str(), path.c_str(), false, false);
     JobResult result;
-    describe(*s, plan.input, result);
+    result.atoms = 0;
+    std::vector<std::string> formulas;
+    for (int m = 0; m < store->nmols; ++m) {
+        result.atoms += store->mol_natoms[m];
+        std::vector<int> numbers;
+        for (int k = 0; k < store->mol_natoms[m]; ++k) {
+            const int row = store->mol_atypes[m][k];
+            numbers.push_back(row > 0 && row < kElementRows ? row : 0);
+        }
+        formulas.push_back(hill_formula(numbers));
+    }
+    if (result.atoms == 0) throw Error(plan.input, 0, 0, "the cell holds no atoms");
+    if (closed != 0)
+        throw Error(plan.input, 0, 0,
+                    "writing " + single_output_path(plan.target, Format::kPdb) + " failed");
+    result.molecules = store->nmols;
+    result.formulas = grouped_formulas(formulas);
+    for (const std::string& warning : store_warnings(take_child_output()))
+        result.warnings.push_back(plan.input + ": warning: " + warning);
     result.outputs = staging.commit();
     result.status = Status::kOk;
     return result;
@@ -61,16 +73,16 @@ void add_block(JobResult& total, const JobResult& block_result, const std::strin
 JobResult convert_input(const ConvertPlan& plan, const ConvertSettings& settings) {
     const WriteSettings& write = settings.write;
     JobResult result;
-    if (settings.read.strict && plan.kind != InputKind::kCif)
-        throw Failure(plan.input, "--strict reads CIF files only");
-    if (!path_exists(plan.input)) throw Failure(plan.input, "no such file");
-    if (is_directory(plan.input)) throw Failure(plan.input, "is a directory");
+    const bool cif = is_cif_input(plan.input);
+    if (settings.read.strict && !cif) throw Error(plan.input, 0, 0, "--strict reads CIF files only");
+    if (!path_exists(plan.input)) throw Error(plan.input, 0, 0, "no such file");
+    if (is_directory(plan.input)) throw Error(plan.input, 0, 0, "is a directory");
 
-    const bool all_blocks = settings.all_blocks && plan.kind == InputKind::kCif;
+    const bool all_blocks = settings.all_blocks && cif;
     std::vector<std::string> blocks = {settings.read.block};
     if (all_blocks) {
-        blocks = cif_blocks_with_atoms(plan.input);
-        if (blocks.empty()) throw Failure(plan.input, "no data block holds atom sites");
+        blocks = Crystal::cif_blocks(plan.input);
+        if (blocks.empty()) throw Error(plan.input, 0, 0, "no data block holds atom sites");
     }
     if (settings.skip_existing) {
         bool all_there = true;
@@ -88,12 +100,13 @@ JobResult convert_input(const ConvertPlan& plan, const ConvertSettings& settings
 
     StagedOutputs staging(plan.input, plan.target.directory);
     for (const std::string& block : blocks) {
-        auto s = std::make_unique<Structure>();
-        load_structure(*s, plan.input, plan.kind, settings.read, block);
-        write_structure(*s, plan.input, write,
-                        all_blocks ? block_target(plan.target, block) : plan.target, staging);
+        ReadSettings read = settings.read;
+        read.block = block;
+        const Crystal crystal = Crystal::read(plan.input, read);
+        crystal.write_staged(plan.input, write,
+                             all_blocks ? block_target(plan.target, block) : plan.target, staging);
         JobResult block_result;
-        describe(*s, plan.input, block_result);
+        describe(crystal, block_result);
         if (all_blocks)
             add_block(result, block_result, block);
         else

@@ -6,15 +6,12 @@
 #include <string>
 
 #include "job_result.h"
-#include "output_naming.h"
-#include "structure.h"
-#include "write_outputs.h"
+#include "teska/crystal.h"
 
 namespace teska::cli {
 
 struct ConvertPlan {
     std::string input;
-    InputKind kind = InputKind::kCif;
     OutputTarget target;
 };
 
@@ -25,12 +22,11 @@ struct ConvertSettings {
     bool skip_existing = false;
 };
 
-// Throws Failure; the store's own readers may end the process instead.
+// Throws teska::Error; the store's own conversion (--strict to PDB) may end the process.
 JobResult convert_input(const ConvertPlan& plan, const ConvertSettings& settings);
 
-// What the report says of a read structure: atoms, molecules, their formulas, and the warnings:
-// those the store printed while reading (in a child of the batch) and the reader's own.
-void describe(const Structure& s, const std::string& input, JobResult& result);
+// What the report says of a crystal: atoms, molecules, their formulas, and its warnings.
+void describe(const Crystal& crystal, JobResult& result);
 
 }  // namespace teska::cli
 

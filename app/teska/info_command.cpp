@@ -3,15 +3,14 @@
 // output).
 #include "info_command.h"
 
+#include <array>
 #include <cstdio>
 #include <memory>
 
 #include "convert_job.h"
 #include "failure.h"
-#include "formulas.h"
 #include "json.h"
 #include "report.h"
-#include "unique_molecules.h"
 
 namespace teska::cli {
 
@@ -24,46 +23,49 @@ const char kInfoExamples[] = R"(Examples:
   teska info molecule.mol --cell 10,12,8,90,95,90
   find db -name '*.cif' | teska info --files-from - -j 2 --report info.tsv)";
 
-// The JSON object of one input read (the keys are listed in the README).
-std::string info_json(const std::string& input, const Structure& s,
-                      const std::vector<std::string>& blocks, const std::vector<int>& unique,
-                      const JobResult& described) {
-    const FileIO& store = s.store;
-    std::vector<int> all_rows;
-    for (int m = 0; m < store.nmols; ++m)
-        all_rows.insert(all_rows.end(), store.mol_atypes[m],
-                        store.mol_atypes[m] + store.mol_natoms[m]);
-    const std::vector<std::string> formulas = s.molecule_formulas();
-    std::vector<std::string> unique_formulas;
-    for (int m : unique) unique_formulas.push_back(formulas[m]);
-    int periodic = 0;
-    for (char p : s.periodic) periodic += p ? 1 : 0;
+// The formulas of the unique molecules.
+std::vector<std::string> unique_formulas(const Crystal& c) {
+    std::vector<std::string> formulas;
+    for (const UniqueMolecule& u : c.unique_molecules())
+        formulas.push_back(c.molecules()[static_cast<std::size_t>(u.molecule)].formula);
+    return formulas;
+}
 
-    std::string cell = "null";
-    if (s.has_cell) {
-        JsonObject c;
-        const char* names[6] = {"a", "b", "c", "alpha", "beta", "gamma"};
-        for (int k = 0; k < 6; ++k) c.add_number(names[k], store.cell_latt[k]);
-        cell = c.text(6);
+// The JSON object of one input read (the keys are listed in the README).
+std::string info_json(const std::string& input, const Crystal& c,
+                      const std::vector<std::string>& blocks, const JobResult& described) {
+    std::vector<std::string> formulas;
+    int periodic = 0;
+    for (const Molecule& molecule : c.molecules()) {
+        formulas.push_back(molecule.formula);
+        periodic += molecule.periodic ? 1 : 0;
     }
+    std::string cell = "null";
+    if (c.has_cell()) {
+        JsonObject o;
+        const char* names[6] = {"a", "b", "c", "alpha", "beta", "gamma"};
+        for (std::size_t k = 0; k < 6; ++k) o.add_number(names[k], c.cell()[k]);
+        cell = o.text(6);
+    }
+    const std::vector<std::string> unique = unique_formulas(c);
     JsonObject o;
     o.add_string("file", input)
         .add_string("status", "ok")
-        .add_string("reader", s.reader)
-        .add_string("block", s.block)
+        .add_string("reader", c.reader())
+        .add_string("block", c.block())
         .add("blocks", json_string_array(blocks))
-        .add_string("formula", hill_formula(all_rows))
-        .add_string("spacegroup", s.spacegroup)
-        .add_string("spacegroup_source", s.symmetry_source)
-        .add_number("operations", static_cast<double>(s.operations.size()))
+        .add_string("formula", c.formula())
+        .add_string("spacegroup", c.spacegroup())
+        .add_string("spacegroup_source", c.symmetry_source())
+        .add_number("operations", static_cast<double>(c.operations().size()))
         .add("cell", cell)
-        .add_number("atoms", s.atom_count())
-        .add_number("molecules", store.nmols)
+        .add_number("atoms", c.atom_count())
+        .add_number("molecules", static_cast<double>(c.molecules().size()))
         .add("molecule_formulas", json_string_array(formulas))
         .add_number("periodic_molecules", periodic)
         .add_number("unique_molecules", static_cast<double>(unique.size()))
-        .add("unique_formulas", json_string_array(unique_formulas))
-        .add_number("disorder_left_out", s.disorder_left_out)
+        .add("unique_formulas", json_string_array(unique))
+        .add_number("disorder_left_out", c.disorder_left_out())
         .add("warnings", json_string_array(described.warnings));
     return o.text(4);
 }
@@ -77,58 +79,49 @@ std::string failed_json(const std::string& input, const JobResult& result) {
     return o.text(4);
 }
 
-std::string info_text(const std::string& input, const Structure& s, const std::vector<int>& unique,
-                      const JobResult& described) {
-    const FileIO& store = s.store;
-    std::vector<int> all_rows;
-    for (int m = 0; m < store.nmols; ++m)
-        all_rows.insert(all_rows.end(), store.mol_atypes[m],
-                        store.mol_atypes[m] + store.mol_natoms[m]);
-    std::vector<std::string> unique_formulas;
-    const std::vector<std::string> formulas = s.molecule_formulas();
-    for (int m : unique) unique_formulas.push_back(formulas[m]);
+std::string info_text(const std::string& input, const Crystal& c, const JobResult& described) {
+    const std::vector<std::string> unique = unique_formulas(c);
     char line[512];
     std::string text = input + "\n";
     const auto row = [&text](const char* label, const std::string& value) {
         text += "  " + std::string(label) + std::string(18 - std::string(label).size(), ' ') +
                 value + "\n";
     };
-    row("reader", s.reader);
-    if (!s.block.empty()) row("block", s.block);
-    row("formula", hill_formula(all_rows));
-    row("space group", (s.spacegroup.empty() ? "?" : s.spacegroup) + " (" + s.symmetry_source +
-                           ", " + std::to_string(s.operations.size()) + " operations)");
-    if (s.has_cell) {
-        std::snprintf(line, sizeof line, "%.4f %.4f %.4f %.3f %.3f %.3f", store.cell_latt[0],
-                      store.cell_latt[1], store.cell_latt[2], store.cell_latt[3],
-                      store.cell_latt[4], store.cell_latt[5]);
+    row("reader", c.reader());
+    if (!c.block().empty()) row("block", c.block());
+    row("formula", c.formula());
+    row("space group", (c.spacegroup().empty() ? "?" : c.spacegroup()) + " (" +
+                           c.symmetry_source() + ", " + std::to_string(c.operations().size()) +
+                           " operations)");
+    if (c.has_cell()) {
+        const std::array<double, 6> p = c.cell();
+        std::snprintf(line, sizeof line, "%.4f %.4f %.4f %.3f %.3f %.3f", p[0], p[1], p[2], p[3],
+                      p[4], p[5]);
         row("cell", line);
     } else {
         row("cell", "none");
     }
-    row("atoms", std::to_string(s.atom_count()));
-    row("molecules", std::to_string(store.nmols) + (store.nmols ? ": " + described.formulas : ""));
+    const std::size_t molecules = c.molecules().size();
+    row("atoms", std::to_string(c.atom_count()));
+    row("molecules", std::to_string(molecules) + (molecules ? ": " + described.formulas : ""));
     row("unique molecules", std::to_string(unique.size()) +
-                                (unique.empty() ? "" : ": " + grouped_formulas(unique_formulas)));
-    row("disorder", std::to_string(s.disorder_left_out) + " sites left out");
+                                (unique.empty() ? "" : ": " + grouped_formulas(unique)));
+    row("disorder", std::to_string(c.disorder_left_out()) + " sites left out");
     row("warnings", std::to_string(described.warnings.size()));
     return text;
 }
 
 JobResult info_input(const std::string& input, const ReadSettings& read) {
-    const InputKind kind = input_kind_of(input);
-    auto s = std::make_unique<Structure>();
-    if (read.strict && kind != InputKind::kCif)
-        throw Failure(input, "--strict reads CIF files only");
-    load_structure(*s, input, kind, read, read.block);
-    std::vector<std::string> blocks = {s->block};
-    if (kind == InputKind::kCif && s->reader == "database") blocks = cif_blocks_with_atoms(input);
-    if (kind != InputKind::kCif) blocks.clear();
-    const std::vector<int> unique = unique_molecules(*s);
+    const bool cif = is_cif_input(input);
+    if (read.strict && !cif) throw Error(input, 0, 0, "--strict reads CIF files only");
+    const Crystal c = Crystal::read(input, read);
+    std::vector<std::string> blocks = {c.block()};
+    if (cif && c.reader() == "database") blocks = Crystal::cif_blocks(input);
+    if (!cif) blocks.clear();
     JobResult result;
-    describe(*s, input, result);
-    result.json = info_json(input, *s, blocks, unique, result);
-    result.text = info_text(input, *s, unique, result);
+    describe(c, result);
+    result.json = info_json(input, c, blocks, result);
+    result.text = info_text(input, c, result);
     result.status = Status::kOk;
     return result;
 }

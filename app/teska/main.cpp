@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     } catch (const teska::cli::UsageError& e) {
         std::fprintf(stderr, "teska: %s\n", e.what());
         return kUsageStatus;
-    } catch (const teska::cli::Failure& e) {
+    } catch (const teska::Error& e) {
         std::fprintf(stderr, "%s\n", e.what());
         return 1;
     }

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "failure.h"
-#include "paths.h"
+#include "teska/paths.h"
 
 namespace teska::cli {
 

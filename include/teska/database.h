@@ -5,30 +5,15 @@
 #define TESKA_DATABASE_H
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "teska/error.h"
 
 class FileIO;
 
 namespace teska {
 
-// An error with the place it was found: "FILE:LINE:COLUMN: message" when line and column are
-// known, "FILE:LINE: message" with a line only, "FILE: message" otherwise.
-class Error : public std::runtime_error {
-   public:
-    Error(std::string file, int line, int column, const std::string& message);
-    const std::string& file() const { return file_; }
-    int line() const { return line_; }      // 0 when unknown
-    int column() const { return column_; }  // 0 when unknown
-    const std::string& message() const { return message_; }
-
-   private:
-    std::string file_;
-    int line_;
-    int column_;
-    std::string message_;
-};
 
 enum class DisorderMode {
     kMajor,  // atoms outside disorder groups and, per assembly, the group of highest occupancy
@@ -67,6 +52,10 @@ struct CrystalInfo {
     int disorder_left_out = 0;                         // sites left out by the disorder choice
     std::vector<std::string> disorder_left_out_sites;  // their labels, in file order
     std::vector<std::string> warnings;                 // formatted like Error::what()
+    // Per atom of the cell (the store's crystal arrays, natoms_cif): its site's label and
+    // occupancy.
+    std::vector<std::string> atom_labels;
+    std::vector<double> atom_occupancies;
 };
 
 // Reads one data block of a CIF file into the store: the cell (cell_latt, cell_latt3x3 and

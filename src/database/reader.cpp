@@ -115,6 +115,10 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     info.disorder_left_out = disorder.left_out;
     info.disorder_left_out_sites = labels_left_out(sites, disorder);
     info.warnings = report.warnings();
+    for (const CellAtom& atom : expansion.atoms) {
+        info.atom_labels.push_back(sites[atom.site].label);
+        info.atom_occupancies.push_back(sites[atom.site].occupancy);
+    }
     return info;
 }
 

@@ -90,7 +90,13 @@ class ReadingTest(TempDir):
         self.assertEqual(len(crystal), 188)
         formulas = sorted(m.formula for m in crystal.molecules)
         self.assertEqual(formulas, ["C17H19NO2S"] * 4 + ["F6P"] * 4)
-        self.assertEqual(sorted(m.formula for m in crystal.unique_molecules), ["C17H19NO2S", "F6P"])
+        self.assertEqual(sorted(u.molecule.formula for u in crystal.unique_molecules), ["C17H19NO2S", "F6P"])
+        # Two species of four; each unique molecule stands for the four of its species.
+        self.assertEqual(sorted((s.formula, s.count) for s in crystal.species), [("C17H19NO2S", 4), ("F6P", 4)])
+        for u in crystal.unique_molecules:
+            self.assertEqual(len(u.images), 4)
+            self.assertEqual(u.shifts.shape, (4, 3))
+            self.assertEqual({crystal.molecules[i].species for i in u.images}, {u.molecule.species})
         for molecule in crystal.molecules:
             # Whole: every atom has a partner within bonding distance in its own molecule.
             self.assertLess(nearest_neighbour_distances(molecule.positions).max(), 2.0)
@@ -114,7 +120,7 @@ class ReadingTest(TempDir):
                 self.assertEqual(array.shape, (18, 3))
                 self.assertEqual(array.dtype, np.float64)
                 self.assertTrue(array.flags.c_contiguous)
-            self.assertEqual(molecule.numbers.dtype, np.int64)
+            self.assertEqual(molecule.numbers.dtype, np.int32)
             self.assertEqual(sorted(set(molecule.numbers.tolist())), [1, 6])
             self.assertEqual(molecule.symbols.count("C"), 10)
         # The cell's atoms are the molecules' atoms, in order, and Cartesian = fractional x lattice.
@@ -122,9 +128,34 @@ class ReadingTest(TempDir):
         np.testing.assert_array_equal(crystal.positions[18:], crystal.molecules[1].positions)
         np.testing.assert_array_equal(crystal.molecule_index, [0] * 18 + [1] * 18)
         np.testing.assert_allclose(crystal.fractional @ crystal.lattice, crystal.positions, atol=1e-9)
-        # The arrays are copies: changing one leaves the crystal as it was.
-        crystal.molecules[0].positions[0, 0] = 1e6
-        self.assertNotEqual(crystal.molecules[0].positions[0, 0], 1e6)
+        # The arrays are read-only views of the crystal's own.
+        with self.assertRaises(ValueError):
+            crystal.molecules[0].positions[0, 0] = 1e6
+
+    def test_labels_occupancies_bonds_and_species(self):
+        crystal = teska.read(NAPHTHALENE)
+        # Each molecule lies on an inversion centre: the 9 sites of the file, twice each.
+        sites = ["C1", "C2", "C3", "C4", "C5", "H1", "H2", "H3", "H4"]
+        for molecule in crystal.molecules:
+            self.assertEqual(sorted(molecule.labels), sorted(sites * 2))
+            np.testing.assert_array_equal(molecule.occupancies, np.ones(18))
+            # Naphthalene: 11 C-C and 8 C-H bonds; every hydrogen bonded once.
+            bonds = molecule.bonds
+            self.assertEqual(bonds.shape, (19, 2))
+            degree = np.bincount(bonds.ravel(), minlength=18)
+            np.testing.assert_array_equal(degree[molecule.numbers == 1], np.ones(8))
+            self.assertEqual(molecule.species, 0)
+        self.assertEqual([(s.formula, s.count) for s in crystal.species], [("C10H8", 2)])
+        self.assertEqual(crystal.labels[:18], crystal.molecules[0].labels)
+
+    def test_species_of_a_cocrystal(self):
+        # Phenanthroline and binaphthol in P-1, one of each in the asymmetric unit.
+        crystal = teska.read(shared("cod_2007325_cocrystal.cif"))
+        self.assertEqual(sorted((s.formula, s.count) for s in crystal.species), [("C12H8N2", 2), ("C20H14O2", 2)])
+        for molecule in crystal.molecules:
+            hydrogens = molecule.numbers == 1
+            degree = np.bincount(molecule.bonds.ravel(), minlength=len(molecule))
+            np.testing.assert_array_equal(degree[hydrogens], np.ones(hydrogens.sum()))
 
     def test_read_string_equals_read(self):
         with open(NAPHTHALENE) as f:

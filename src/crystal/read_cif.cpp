@@ -1,0 +1,96 @@
+// CIF inputs: the database reader (the default), or the store's own reader and pipeline, the
+// rules cif2pdb follows (strict).
+#include "structure_readers.h"
+#include "teska/database.h"
+
+namespace teska::crystal_detail {
+
+namespace {
+
+constexpr int kSourceCif = 2;
+constexpr double kUnknownElementRadius = 9999.99;
+
+// The store keeps a quoted CIF value with its quotes.
+std::string unquoted(const std::string& text) {
+    if (text.size() >= 2 && (text[0] == '\'' || text[0] == '"') && text.back() == text[0])
+        return text.substr(1, text.size() - 2);
+    return text;
+}
+
+teska::ReadOptions database_options(const ReadSettings& settings) {
+    teska::ReadOptions options;
+    options.block = settings.block;
+    if (settings.disorder == "major") {
+        options.disorder = teska::DisorderMode::kMajor;
+    } else if (settings.disorder == "all") {
+        options.disorder = teska::DisorderMode::kAll;
+    } else {
+        options.disorder = teska::DisorderMode::kGroup;
+        options.disorder_group = settings.disorder;
+    }
+    return options;
+}
+
+}  // namespace
+
+void read_cif_with_store_reader(Structure& s, const std::string& path) {
+    FileIO& store = s.store;
+    s.reader = "strict";
+    store.read_data_cif(path.c_str(), false);
+    store.input_kind = kSourceCif;
+    store.read_crystal_strcuture_files(false, false);
+    // The reader's bond test: the bonding radii, and one that reaches every atom for an
+    // element it does not know.
+    s.bond_radii.resize(static_cast<std::size_t>(store.natoms_cif));
+    for (int i = 0; i < store.natoms_cif; ++i) {
+        const int row = store.cif_atypes[i];
+        s.bond_radii[i] = row < 0 ? kUnknownElementRadius : nw_elem_radius_m[row];
+    }
+    s.bond_scale = store.bond_scale;
+    s.has_cell = true;
+    s.block = store.identifier;
+    s.spacegroup = unquoted(store.spacegroup_name);
+    s.symmetry_source = store.cif_symops.empty() ? "none" : "loop";
+    for (const std::string& text : store.cif_symops) {
+        SymmetryOperation op;
+        store.ParseTransformString(text, op.r, op.t);
+        s.operations.push_back(op);
+    }
+}
+
+void read_cif_with_database_reader(Structure& s, const std::string& path,
+                                   const ReadSettings& settings) {
+    const teska::ReadOptions options = database_options(settings);
+    teska::CrystalInfo info = teska::read_database_cif(s.store, path, options);
+    s.reader = "database";
+    s.has_cell = true;
+    s.block = info.block;
+    s.spacegroup = info.spacegroup;
+    s.symmetry_source = info.symmetry_source;
+    for (const std::vector<double>& map : info.operations) {
+        if (map.size() != 12) continue;
+        SymmetryOperation op;
+        for (int i = 0; i < 3; ++i) {
+            for (int j = 0; j < 3; ++j) op.r[i][j] = map[4 * i + j];
+            op.t[i] = map[4 * i + 3];
+        }
+        s.operations.push_back(op);
+    }
+    s.periodic = std::move(info.periodic);
+    s.disorder_left_out = info.disorder_left_out;
+    s.warnings = std::move(info.warnings);
+    s.atom_labels = std::move(info.atom_labels);
+    s.atom_occupancies = std::move(info.atom_occupancies);
+    s.bond_radii.resize(static_cast<std::size_t>(s.store.natoms_cif));
+    for (int i = 0; i < s.store.natoms_cif; ++i) {
+        const int row = s.store.cif_atypes[i];
+        s.bond_radii[i] = row > 0 && row < kBondingRadiusEntries ? nw_elem_radius_m[row] : 0.0;
+    }
+    s.bond_scale = options.bond_scale;
+}
+
+std::vector<std::string> cif_blocks_with_atoms(const std::string& path) {
+    return teska::database_blocks_with_atoms(path);
+}
+
+}  // namespace teska::crystal_detail

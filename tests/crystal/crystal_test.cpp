@@ -1,0 +1,173 @@
+// The crystal model through its public header: atoms, molecules, bonds, species and unique
+// molecules of crystals whose answers are known, checked against literal references (every
+// pair of atoms for the bonds, every operation against every molecule for the unique ones).
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+
+#include "teska/crystal.h"
+#include "teska/fileio.h"
+#include "test_support.h"
+
+namespace {
+
+using teska::Crystal;
+
+std::string example(const std::string& name) { return std::string(EXAMPLES_DIR) + "/" + name; }
+
+// Every pair of the molecule tested: the reference the indexed bonds must equal, for molecules
+// that are whole (non-periodic) and made of known elements.
+std::vector<std::pair<int, int>> all_pairs_bonded(const Crystal& c, const teska::Molecule& m,
+                                                  double scale) {
+    std::vector<std::pair<int, int>> pairs;
+    const std::vector<double>& x = c.positions();
+    for (int a = 0; a < m.atom_count; ++a)
+        for (int b = a + 1; b < m.atom_count; ++b) {
+            const int i = m.first_atom + a, j = m.first_atom + b;
+            double d2 = 0.0;
+            for (int k = 0; k < 3; ++k) d2 += std::pow(x[3 * j + k] - x[3 * i + k], 2);
+            const double limit =
+                (nw_elem_radius_m[c.elements()[i]] + nw_elem_radius_m[c.elements()[j]]) * scale;
+            if (limit > std::sqrt(d2)) pairs.emplace_back(a, b);
+        }
+    return pairs;
+}
+
+TEST(CrystalModel, NaphthaleneAtomsBondsLabelsSpeciesAndUniqueMolecules) {
+    const Crystal c = Crystal::read(example("naphthalene.cif"));
+    ASSERT_EQ(c.molecules().size(), 2u);
+    EXPECT_EQ(c.atom_count(), 36);
+    EXPECT_EQ(c.formula(), "C20H16");
+    EXPECT_EQ(c.positions().size(), 3u * 36);
+    EXPECT_EQ(c.fractional().size(), 3u * 36);
+    // The molecule sits on an inversion centre: each of the 9 sites of the file twice.
+    for (const teska::Molecule& m : c.molecules()) {
+        EXPECT_EQ(m.formula, "C10H8");
+        std::multiset<std::string> labels(c.labels().begin() + m.first_atom,
+                                          c.labels().begin() + m.first_atom + m.atom_count);
+        for (const char* label : {"C1", "C2", "C3", "C4", "C5", "H1", "H2", "H3", "H4"})
+            EXPECT_EQ(labels.count(label), 2u) << label;
+    }
+    for (double occupancy : c.occupancies()) EXPECT_EQ(occupancy, 1.0);
+    // Naphthalene: 11 C-C and 8 C-H bonds; every hydrogen has exactly one.
+    for (std::size_t m = 0; m < 2; ++m) {
+        const std::vector<teska::Bond>& bonds = c.bonds(static_cast<int>(m));
+        EXPECT_EQ(bonds.size(), 19u);
+        std::vector<int> degree(18, 0);
+        for (const teska::Bond& b : bonds) {
+            ASSERT_LT(b.a, b.b);
+            ++degree[b.a];
+            ++degree[b.b];
+        }
+        for (int a = 0; a < 18; ++a)
+            if (c.elements()[c.molecules()[m].first_atom + a] == 1) {
+                EXPECT_EQ(degree[a], 1);
+            }
+        std::vector<std::pair<int, int>> found;
+        for (const teska::Bond& b : bonds) found.emplace_back(b.a, b.b);
+        EXPECT_EQ(found, all_pairs_bonded(c, c.molecules()[m], 1.15));
+    }
+    ASSERT_EQ(c.species().size(), 1u);
+    EXPECT_EQ(c.species()[0].count, 2);
+    EXPECT_EQ(c.molecule_species(), (std::vector<int>{0, 0}));
+    // P21/c with Z = 2: one unique molecule, the other its image under an operation.
+    ASSERT_EQ(c.unique_molecules().size(), 1u);
+    const teska::UniqueMolecule& u = c.unique_molecules()[0];
+    EXPECT_EQ(u.images, (std::vector<int>{0, 1}));
+    ASSERT_EQ(u.operations.size(), 2u);
+    EXPECT_GT(u.operations[1], 0);
+}
+
+// The strict reader (cif2pdb's rules) and the database reader build the same cell here.
+TEST(CrystalModel, StrictReaderGivesTheSameMoleculesAndBonds) {
+    const Crystal database = Crystal::read(example("naphthalene.cif"));
+    teska::ReadSettings strict;
+    strict.strict = true;
+    const Crystal store = Crystal::read(example("naphthalene.cif"), strict);
+    EXPECT_EQ(store.reader(), "strict");
+    ASSERT_EQ(store.molecules().size(), 2u);
+    EXPECT_EQ(store.bonds(0).size(), 19u);
+    EXPECT_EQ(store.species().size(), 1u);
+    EXPECT_EQ(store.atom_count(), database.atom_count());
+}
+
+TEST(CrystalModel, MoleculeFileWithoutCellAndErrorsNameTheFile) {
+    const Crystal methane = Crystal::read(test_support::test_data("readers/methane.mol"));
+    EXPECT_FALSE(methane.has_cell());
+    EXPECT_TRUE(methane.fractional().empty());
+    ASSERT_EQ(methane.molecules().size(), 1u);
+    EXPECT_EQ(methane.bonds(0).size(), 4u);
+    EXPECT_EQ(methane.labels()[0], "C1");  // no names in a molfile: symbol and number
+    try {
+        Crystal::read_text("data_x\n_cell_length_a 5\n", "cif", "text.cif");
+        FAIL() << "no error";
+    } catch (const teska::Error& e) {
+        EXPECT_EQ(e.file(), "text.cif");
+    }
+    EXPECT_THROW(Crystal::read("/nonexistent/x.cif"), teska::Error);
+}
+
+// Species of a salt and of a cocrystal; unique molecules equal the literal search over every
+// operation and every earlier molecule.
+TEST(CrystalModel, SpeciesAndUniqueMoleculesOfSharedFiles) {
+    SKIP_WITHOUT_SHARED_CIFS();
+    struct Case {
+        const char* file;
+        std::map<std::string, int> species;  // formula -> molecules in the cell
+    };
+    const std::vector<Case> cases = {
+        {"cod_2007325_cocrystal.cif", {{"C12H8N2", 2}, {"C20H14O2", 2}}},
+        // 360 atoms in the cell, 45 per ion: four of each.
+        {"cod_2101915_ph4as_ph4b.cif", {{"C24H20As", 4}, {"C24H20B", 4}}},
+    };
+    for (const Case& k : cases) {
+        SCOPED_TRACE(k.file);
+        const Crystal c = Crystal::read(test_support::shared_cif(k.file));
+        std::map<std::string, int> species;
+        int total = 0;
+        for (const teska::Species& s : c.species()) {
+            species[s.formula] += s.count;
+            total += s.count;
+            for (int m : s.molecules)
+                EXPECT_EQ(c.molecule_species()[static_cast<std::size_t>(m)],
+                          &s - c.species().data());
+        }
+        EXPECT_EQ(species, k.species);
+        EXPECT_EQ(total, static_cast<int>(c.molecules().size()));
+        // Every molecule is the image of exactly one unique molecule; a unique molecule is no
+        // image of an earlier one under any operation (literal test on the centroids).
+        std::vector<int> covered(c.molecules().size(), 0);
+        for (const teska::UniqueMolecule& u : c.unique_molecules())
+            for (int m : u.images) ++covered[static_cast<std::size_t>(m)];
+        EXPECT_EQ(std::count(covered.begin(), covered.end(), 1),
+                  static_cast<long>(c.molecules().size()));
+        for (const teska::UniqueMolecule& u : c.unique_molecules())
+            for (std::size_t k2 = 0; k2 < u.images.size(); ++k2)
+                EXPECT_EQ(c.molecules()[static_cast<std::size_t>(u.images[k2])].formula,
+                          c.molecules()[static_cast<std::size_t>(u.molecule)].formula);
+    }
+}
+
+TEST(CrystalModel, WritesEveryCellFormatAndReadsItBack) {
+    const Crystal c = Crystal::read(example("naphthalene.cif"));
+    test_support::ScratchDir dir;
+    for (teska::Format format : {teska::Format::kPdb, teska::Format::kCif, teska::Format::kXyz}) {
+        teska::WriteSettings settings;
+        settings.format = format;
+        const std::string path = dir.file(std::string("cell") + teska::traits(format).extension);
+        const std::vector<std::string> written = c.write(path, settings);
+        ASSERT_EQ(written, std::vector<std::string>{path});
+        if (format == teska::Format::kXyz) continue;  // no cell to read the molecules in
+        const Crystal back = Crystal::read(path);
+        EXPECT_EQ(back.atom_count(), 36);
+        EXPECT_EQ(back.molecules().size(), 2u);
+    }
+    teska::WriteSettings per_molecule;
+    per_molecule.format = teska::Format::kMol;
+    EXPECT_EQ(c.write(dir.file("m.mol"), per_molecule).size(), 2u);
+}
+
+}  // namespace
