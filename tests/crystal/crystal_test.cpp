@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <set>
 
+#include "species.h"
 #include "teska/crystal.h"
 #include "teska/fileio.h"
 #include "test_support.h"
@@ -168,6 +170,153 @@ TEST(CrystalModel, WritesEveryCellFormatAndReadsItBack) {
     teska::WriteSettings per_molecule;
     per_molecule.format = teska::Format::kMol;
     EXPECT_EQ(c.write(dir.file("m.mol"), per_molecule).size(), 2u);
+}
+
+// The literal search for unique molecules: every earlier unique molecule, every operation,
+// the translation that brings the centroids together, then atom by atom within 0.1 angstrom.
+std::vector<int> literal_unique(const Crystal& c) {
+    const std::size_t n = c.molecules().size();
+    std::vector<int> unique;
+    const auto rows = c.lattice();
+    const auto length = [&](const double f[3]) {
+        double sum = 0.0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double x = f[0] * rows[0][k] + f[1] * rows[1][k] + f[2] * rows[2][k];
+            sum += x * x;
+        }
+        return std::sqrt(sum);
+    };
+    const auto frac = [&](const teska::Molecule& m, int a) {
+        return &c.fractional()[3 * static_cast<std::size_t>(m.first_atom + a)];
+    };
+    std::vector<std::array<double, 3>> centroid(n, {0, 0, 0});
+    std::vector<std::multiset<int>> composition(n);
+    for (std::size_t m = 0; m < n; ++m) {
+        const teska::Molecule& mol = c.molecules()[m];
+        for (int a = 0; a < mol.atom_count; ++a) {
+            composition[m].insert(c.elements()[static_cast<std::size_t>(mol.first_atom + a)]);
+            for (int d = 0; d < 3; ++d) centroid[m][d] += frac(mol, a)[d] / mol.atom_count;
+        }
+    }
+    const auto apply = [](const teska::SymmetryOperation& op, const double* f, double* out) {
+        for (int i = 0; i < 3; ++i)
+            out[i] = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] + op.t[i];
+    };
+    const auto is_image = [&](std::size_t i, std::size_t j, const teska::SymmetryOperation& op) {
+        if (composition[i] != composition[j]) return false;
+        double centre[3], shift[3], df[3];
+        apply(op, centroid[i].data(), centre);
+        for (int d = 0; d < 3; ++d) {
+            shift[d] = std::round(centroid[j][d] - centre[d]);
+            df[d] = centre[d] + shift[d] - centroid[j][d];
+        }
+        if (!(length(df) < 0.1)) return false;
+        const teska::Molecule &mi = c.molecules()[i], &mj = c.molecules()[j];
+        std::vector<char> used(static_cast<std::size_t>(mj.atom_count), 0);
+        for (int a = 0; a < mi.atom_count; ++a) {
+            double image[3];
+            apply(op, frac(mi, a), image);
+            bool matched = false;
+            for (int b = 0; b < mj.atom_count && !matched; ++b) {
+                if (used[static_cast<std::size_t>(b)] ||
+                    c.elements()[static_cast<std::size_t>(mj.first_atom + b)] !=
+                        c.elements()[static_cast<std::size_t>(mi.first_atom + a)])
+                    continue;
+                for (int d = 0; d < 3; ++d) df[d] = image[d] + shift[d] - frac(mj, b)[d];
+                if (length(df) < 0.1) used[static_cast<std::size_t>(b)] = matched = true;
+            }
+            if (!matched) return false;
+        }
+        return true;
+    };
+    for (std::size_t j = 0; j < n; ++j) {
+        bool image = false;
+        for (int i : unique)
+            for (const teska::SymmetryOperation& op : c.operations())
+                image = image || is_image(static_cast<std::size_t>(i), j, op);
+        if (!image) unique.push_back(static_cast<int>(j));
+    }
+    return unique;
+}
+
+// The indexed search finds the unique molecules the literal one finds, on every shared file
+// the reader takes, and every image it lists is made by the operation it names.
+TEST(CrystalModel, UniqueMoleculesEqualTheLiteralSearch) {
+    SKIP_WITHOUT_SHARED_CIFS();
+    const std::string manifest =
+        test_support::read_file(std::string(SHARED_CIF_DIR) + "/MANIFEST.tsv");
+    int compared = 0;
+    for (std::size_t at = 0; at < manifest.size();) {
+        const std::size_t end = std::min(manifest.find('\n', at), manifest.size());
+        const std::string file = manifest.substr(at, manifest.find('\t', at) - at);
+        at = end + 1;
+        if (file.size() < 5 || file.compare(file.size() - 4, 4, ".cif") != 0) continue;
+        std::unique_ptr<Crystal> c;
+        try {
+            c = std::make_unique<Crystal>(Crystal::read(std::string(SHARED_CIF_DIR) + "/" + file));
+        } catch (const teska::Error&) {
+            continue;  // the reader refuses it: nothing to compare
+        }
+        SCOPED_TRACE(file);
+        std::vector<int> indexed;
+        for (const teska::UniqueMolecule& u : c->unique_molecules()) {
+            indexed.push_back(u.molecule);
+            for (std::size_t k = 0; k < u.images.size(); ++k) {
+                ASSERT_GE(u.operations[k], 0);
+                const teska::SymmetryOperation& op =
+                    c->operations()[static_cast<std::size_t>(u.operations[k])];
+                const teska::Molecule& from = c->molecules()[static_cast<std::size_t>(u.molecule)];
+                const teska::Molecule& to = c->molecules()[static_cast<std::size_t>(u.images[k])];
+                // The first atom's image, moved by the shift, is an atom of the image molecule.
+                const double* f = &c->fractional()[3 * static_cast<std::size_t>(from.first_atom)];
+                double best = 1e9;
+                for (int b = 0; b < to.atom_count; ++b) {
+                    double d2 = 0.0;
+                    for (int i = 0; i < 3; ++i) {
+                        const double x = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] +
+                                         op.t[i] + u.shifts[k][static_cast<std::size_t>(i)] -
+                                         c->fractional()[3 * static_cast<std::size_t>(to.first_atom + b) +
+                                                         static_cast<std::size_t>(i)];
+                        d2 += x * x;
+                    }
+                    best = std::min(best, d2);
+                }
+                EXPECT_LT(best, 1e-4) << "image " << u.images[k];
+            }
+        }
+        std::sort(indexed.begin(), indexed.end());
+        EXPECT_EQ(indexed, literal_unique(*c));
+        ++compared;
+    }
+    EXPECT_GT(compared, 10);
+}
+
+// Species are told apart by how the atoms are bonded, not by formula: ethanol and dimethyl
+// ether are two, ethanol with its atoms listed in another order is the same, and so are two
+// rings of three carbons against one of six, which every atom's neighbourhood alone cannot tell.
+TEST(CrystalModel, SpeciesFollowTheBondGraph) {
+    using teska::crystal_detail::MoleculeGraph;
+    const MoleculeGraph ethanol{{6, 6, 8, 1, 1, 1, 1, 1, 1},
+                                {{0, 1}, {1, 2}, {0, 3}, {0, 4}, {0, 5}, {1, 6}, {1, 7}, {2, 8}}};
+    const MoleculeGraph ethanol_reordered{
+        {1, 8, 1, 6, 1, 6, 1, 1, 1},
+        {{0, 1}, {1, 3}, {3, 5}, {2, 3}, {3, 4}, {5, 6}, {5, 7}, {5, 8}}};
+    const MoleculeGraph ether{{6, 8, 6, 1, 1, 1, 1, 1, 1},
+                              {{0, 1}, {1, 2}, {0, 3}, {0, 4}, {0, 5}, {2, 6}, {2, 7}, {2, 8}}};
+    const MoleculeGraph hexagon{{6, 6, 6, 6, 6, 6}, {{0, 1}, {1, 2}, {2, 3}, {3, 4}, {4, 5}, {0, 5}}};
+    const MoleculeGraph triangles{{6, 6, 6, 6, 6, 6}, {{0, 1}, {1, 2}, {0, 2}, {3, 4}, {4, 5}, {3, 5}}};
+    EXPECT_EQ(teska::crystal_detail::species_of(
+                  {ethanol, ether, ethanol_reordered, hexagon, triangles, ether}),
+              (std::vector<int>{0, 1, 0, 2, 3, 1}));
+    const auto map = teska::crystal_detail::match_atoms(ethanol, ethanol_reordered);
+    ASSERT_TRUE(map);
+    for (const teska::Bond& b : ethanol.bonds) {
+        const int x = (*map)[static_cast<std::size_t>(b.a)], y = (*map)[static_cast<std::size_t>(b.b)];
+        const auto& other = ethanol_reordered.bonds;
+        EXPECT_TRUE(std::any_of(other.begin(), other.end(), [&](const teska::Bond& o) {
+            return (o.a == x && o.b == y) || (o.a == y && o.b == x);
+        }));
+    }
 }
 
 }  // namespace
