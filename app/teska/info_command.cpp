@@ -31,6 +31,28 @@ std::vector<std::string> unique_formulas(const Crystal& c) {
     return formulas;
 }
 
+// The species as "C10H8 x2, H2O x4", or as a JSON array of {"formula", "count"} objects.
+std::string species_text(const Crystal& c) {
+    std::string text;
+    for (const Species& s : c.species())
+        text += (text.empty() ? "" : ", ") + s.formula + " x" + std::to_string(s.count);
+    return text;
+}
+
+std::string species_json(const Crystal& c) {
+    std::string text = "[";
+    for (const Species& s : c.species())
+        text += std::string(text.size() > 1 ? ", " : "") + "{\"formula\": " + json_string(s.formula) +
+                ", \"count\": " + std::to_string(s.count) + "}";
+    return text + "]";
+}
+
+int bond_count(const Crystal& c) {
+    std::size_t bonds = 0;
+    for (std::size_t m = 0; m < c.molecules().size(); ++m) bonds += c.bonds(static_cast<int>(m)).size();
+    return static_cast<int>(bonds);
+}
+
 // The JSON object of one input read (the keys are listed in the README).
 std::string info_json(const std::string& input, const Crystal& c,
                       const std::vector<std::string>& blocks, const JobResult& described) {
@@ -63,6 +85,8 @@ std::string info_json(const std::string& input, const Crystal& c,
         .add_number("molecules", static_cast<double>(c.molecules().size()))
         .add("molecule_formulas", json_string_array(formulas))
         .add_number("periodic_molecules", periodic)
+        .add_number("bonds", bond_count(c))
+        .add("species", species_json(c))
         .add_number("unique_molecules", static_cast<double>(unique.size()))
         .add("unique_formulas", json_string_array(unique))
         .add_number("disorder_left_out", c.disorder_left_out())
@@ -104,6 +128,8 @@ std::string info_text(const std::string& input, const Crystal& c, const JobResul
     const std::size_t molecules = c.molecules().size();
     row("atoms", std::to_string(c.atom_count()));
     row("molecules", std::to_string(molecules) + (molecules ? ": " + described.formulas : ""));
+    row("species", std::to_string(c.species().size()) +
+                       (c.species().empty() ? "" : ": " + species_text(c)));
     row("unique molecules", std::to_string(unique.size()) +
                                 (unique.empty() ? "" : ": " + grouped_formulas(unique)));
     row("disorder", std::to_string(c.disorder_left_out()) + " sites left out");

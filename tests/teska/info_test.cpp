@@ -64,6 +64,14 @@ TEST(Info, JsonParsesWholeAndCarriesTheCounts) {
     EXPECT_EQ(naphthalene["cell"]["beta"].number, 122.92);
     EXPECT_EQ(naphthalene["molecule_formulas"].items[1].text, "C10H8");
     EXPECT_EQ(document.items[3]["unique_formulas"].items[0].text, "C2H3N");
+    // Two acetonitriles (5 bonds each) and two waters (2 each): two species of two.
+    const Json& hydrate = document.items[3];
+    EXPECT_EQ(hydrate["bonds"].number, 14);
+    ASSERT_EQ(hydrate["species"].items.size(), 2u);
+    EXPECT_EQ(hydrate["species"].items[0]["formula"].text, "C2H3N");
+    EXPECT_EQ(hydrate["species"].items[0]["count"].number, 2);
+    EXPECT_EQ(hydrate["species"].items[1]["formula"].text, "H2O");
+    EXPECT_EQ(naphthalene["bonds"].number, 38);
 
     const Json& missing = document.items[2];
     EXPECT_EQ(missing["status"].text, "failed");
