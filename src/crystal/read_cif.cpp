@@ -1,5 +1,9 @@
 // CIF inputs: the database reader (the default), or the store's own reader and pipeline, the
 // rules cif2pdb follows (strict).
+#include <cmath>
+
+#include "cell_bins.h"
+#include "number_text.h"
 #include "structure_readers.h"
 #include "teska/database.h"
 
@@ -31,6 +35,61 @@ teska::ReadOptions database_options(const ReadSettings& settings) {
     return options;
 }
 
+// The site of each atom of the cell as the store expanded it: the image of a site under an
+// operation, wrapped into the cell, within 0.01 angstrom of the atom. Labels only when every
+// atom has its site (coordinates given as Cartesian columns have none here).
+std::vector<std::string> store_site_labels(const FileIO& store,
+                                           const std::vector<SymmetryOperation>& operations) {
+    const Atoms& sites = store.cif_atoms;
+    const std::size_t n = sites.cif_atom_label.size();
+    if (sites.cif_fx.size() != n || sites.cif_fy.size() != n || sites.cif_fz.size() != n)
+        return {};
+    std::vector<double> images;
+    std::vector<int> site_of, all;
+    for (const SymmetryOperation& op : operations)
+        for (std::size_t j = 0; j < n; ++j) {
+            const double f[3] = {fileio_detail::text_to_double(sites.cif_fx[j]),
+                                 fileio_detail::text_to_double(sites.cif_fy[j]),
+                                 fileio_detail::text_to_double(sites.cif_fz[j])};
+            for (int i = 0; i < 3; ++i) {
+                const double x = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] + op.t[i];
+                images.push_back(x - std::floor(x));
+            }
+            all.push_back(static_cast<int>(site_of.size()));
+            site_of.push_back(static_cast<int>(j));
+        }
+    const double reach[3] = {1e-3, 1e-3, 1e-3};
+    const fileio_detail::CellBins bins(images.data(), all, reach, true);
+    std::vector<std::string> labels;
+    for (int a = 0; a < store.natoms_cif; ++a) {
+        const double* x = &store.cif_x_s[3 * a];
+        double wrapped[3];
+        for (int d = 0; d < 3; ++d) wrapped[d] = x[d] - std::floor(x[d]);
+        int best = -1;
+        double best_distance = 0.01;  // angstrom
+        bins.for_each_near(wrapped, [&](int image) {
+            double f[3], r2 = 0.0;
+            for (int d = 0; d < 3; ++d) {
+                f[d] = images[3 * image + d] - wrapped[d];
+                f[d] -= std::round(f[d]);
+            }
+            for (int i = 0; i < 3; ++i) {
+                const double c = store.cell_latt3x3[i][0] * f[0] + store.cell_latt3x3[i][1] * f[1] +
+                                 store.cell_latt3x3[i][2] * f[2];
+                r2 += c * c;
+            }
+            if (std::sqrt(r2) < best_distance) {
+                best_distance = std::sqrt(r2);
+                best = image;
+            }
+            return true;
+        });
+        if (best < 0) return {};
+        labels.push_back(sites.cif_atom_label[static_cast<std::size_t>(site_of[best])]);
+    }
+    return labels;
+}
+
 }  // namespace
 
 void read_cif_with_store_reader(Structure& s, const std::string& path) {
@@ -52,10 +111,12 @@ void read_cif_with_store_reader(Structure& s, const std::string& path) {
     s.spacegroup = unquoted(store.spacegroup_name);
     s.symmetry_source = store.cif_symops.empty() ? "none" : "loop";
     for (const std::string& text : store.cif_symops) {
-        SymmetryOperation op;
+        SymmetryOperation op{};  // the parser sets only the terms the text has
         store.ParseTransformString(text, op.r, op.t);
         s.operations.push_back(op);
     }
+    const std::vector<SymmetryOperation> identity = {{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}}};
+    s.atom_labels = store_site_labels(store, s.operations.empty() ? identity : s.operations);
 }
 
 void read_cif_with_database_reader(Structure& s, const std::string& path,

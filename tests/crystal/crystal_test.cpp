@@ -94,6 +94,17 @@ TEST(CrystalModel, StrictReaderGivesTheSameMoleculesAndBonds) {
     EXPECT_EQ(store.bonds(0).size(), 19u);
     EXPECT_EQ(store.species().size(), 1u);
     EXPECT_EQ(store.atom_count(), database.atom_count());
+    // The store's operations as read: one unique molecule, as with the database reader.
+    EXPECT_EQ(store.unique_molecules().size(), 1u);
+    // The store's images are traced back to their sites: the same labels in each molecule.
+    for (std::size_t m = 0; m < 2; ++m) {
+        const auto labels_of = [m](const Crystal& c) {
+            const teska::Molecule& mol = c.molecules()[m];
+            return std::multiset<std::string>(c.labels().begin() + mol.first_atom,
+                                              c.labels().begin() + mol.first_atom + mol.atom_count);
+        };
+        EXPECT_EQ(labels_of(store), labels_of(database));
+    }
 }
 
 TEST(CrystalModel, MoleculeFileWithoutCellAndErrorsNameTheFile) {
