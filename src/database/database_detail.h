@@ -10,6 +10,7 @@
 
 #include "gemmi/cifdoc.hpp"
 #include "gemmi/symmetry.hpp"
+#include "index/cell_bins.h"
 #include "teska/database.h"
 
 class FileIO;
@@ -172,7 +173,7 @@ struct DisorderChoice {
 DisorderChoice choose_disorder(const std::vector<Site>& sites, const ReadOptions& options,
                                Report& report);
 
-// ----- Lattice geometry and spatial bins (periodic_bins.cpp) -----
+// ----- Lattice geometry (lattice.cpp) -----
 
 // The lattice as the store keeps it (Cartesian = m x fractional), with what the periodic
 // distance tests need.
@@ -185,43 +186,18 @@ class Lattice {
     // Squared length of the shortest lattice image of a fractional displacement between two
     // positions in [0,1) (each component in (-1, 1)).
     double min_image_distance2(const double d[3]) const;
+    // An empty periodic grid of the index for up to capacity atoms added one at a time, whose
+    // neighbouring bins hold every position within reach (angstrom) of a point: along each
+    // axis as many bins as whole reaches fit between two lattice planes, the axis of most bins
+    // halved while there are more than max(64, 8 x capacity). The merges name the last kept
+    // atom they find in their warnings, so this shape, which fixes the order of the bins, is
+    // part of the output.
+    fileio_detail::CellBins grid(double reach, int capacity) const;
 
    private:
     double m_[3][3];
     double spacing_[3];
     double half_min_spacing2_;  // below this squared length the folded image is the shortest
-};
-
-// Fractional positions in [0,1) binned so that every point within `reach` angstrom of a
-// query lies in the query's bin or a neighbouring one; points are added one at a time.
-class PeriodicBins {
-   public:
-    PeriodicBins(const Lattice& lattice, double reach, int capacity);
-    void add(int id, const double frac[3]);
-    // Calls f(id) for every point added in the bins around frac, each point once.
-    template <typename F>
-    void for_each_near(const double frac[3], F f) const {
-        int b[3];
-        bin_of(frac, b);
-        for (int da : offsets_[0])
-            for (int db : offsets_[1])
-                for (int dc : offsets_[2]) {
-                    const int i = wrap(b[0] + da, 0), j = wrap(b[1] + db, 1),
-                              k = wrap(b[2] + dc, 2);
-                    for (int id = head_[(i * n_[1] + j) * n_[2] + k]; id >= 0; id = next_[id])
-                        f(id);
-                }
-    }
-
-   private:
-    void bin_of(const double frac[3], int b[3]) const;
-    int wrap(int i, int axis) const {
-        return i < 0 ? i + n_[axis] : (i >= n_[axis] ? i - n_[axis] : i);
-    }
-    int n_[3];
-    std::vector<int> offsets_[3];  // -1, 0, 1, without repeats on an axis of 1 or 2 bins
-    std::vector<int> head_;
-    std::vector<int> next_;
 };
 
 // ----- Expansion (expansion.cpp) -----

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "database_detail.h"
-#include "teska/fileio.h"
 #include "index/bond_growth.h"
+#include "index/cell_bins.h"
+#include "teska/fileio.h"
 
 namespace teska {
 namespace database_detail {
@@ -78,7 +79,7 @@ int drop_overlapping_copies(const std::vector<Site>& sites, const DisorderChoice
     const double reach = 2.0 * largest_radius * bond_scale;
     int dropped = 0;
     for (int set = 0; set < disorder.negative_groups; ++set) {
-        PeriodicBins kept(lattice, reach, static_cast<int>(images.size()));
+        fileio_detail::CellBins kept = lattice.grid(reach, static_cast<int>(images.size()));
         std::vector<int> copy;
         auto touches_kept = [&](int a) {
             bool touches = false;
@@ -89,6 +90,7 @@ int drop_overlapping_copies(const std::vector<Site>& sites, const DisorderChoice
                                       radius_of(sites[images[b].site].element)) *
                                      bond_scale;
                 if (lattice.min_image_distance2(d) < limit * limit) touches = true;
+                return !touches;
             });
             return touches;
         };
@@ -229,7 +231,9 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
     if (!std::is_sorted(order.begin(), order.end(), higher_occupancy))
         std::stable_sort(order.begin(), order.end(), higher_occupancy);
 
-    PeriodicBins bins(lattice, reach, n);
+    // Only the atoms kept so far are in the grid. Of several kept atoms that a site merges
+    // into or clashes with, the warning names the last one found.
+    fileio_detail::CellBins bins = lattice.grid(reach, n);
     LabelPairs merged_labels, clash_labels;
     for (int a : order) {
         const Site& site = sites[images[a].site];
@@ -248,6 +252,7 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
                 const double limit = clash_limit(site.element, sites[images[b].site].element);
                 if (d2 < limit * limit) clash = b;
             }
+            return true;
         });
         if (same_site >= 0) {
             ++cell.merged_images;

@@ -11,10 +11,11 @@
 
 #include "database_detail.h"
 #include "element_rows.h"
-#include "teska/fileio.h"
 #include "index/bond_growth.h"
+#include "index/cell_bins.h"
 #include "molecule_arrays.h"
 #include "store_arrays.h"
+#include "teska/fileio.h"
 
 namespace teska {
 namespace database_detail {
@@ -65,12 +66,11 @@ bool bonds_to_a_moved_copy(const Lattice& lattice, const std::vector<double>& pl
             if (wrapped[3 * a + c] >= 1.0) wrapped[3 * a + c] = 0.0;
         }
     const double(&m)[3][3] = lattice.matrix();
-    PeriodicBins bins(lattice, reach, n);
+    fileio_detail::CellBins bins = lattice.grid(reach, n);
     for (int a = 0; a < n; ++a) {
         bins.add(a, &wrapped[3 * a]);  // first, so that the atom meets its own images
         bool found = false;
         bins.for_each_near(&wrapped[3 * a], [&](int b) {
-            if (found) return;
             const double limit = (radius[atoms[a]] + radius[atoms[b]]) * bond_scale;
             double folded[3], placed_d[3];
             for (int c = 0; c < 3; ++c) {
@@ -92,6 +92,7 @@ bool bonds_to_a_moved_copy(const Lattice& lattice, const std::vector<double>& pl
                         for (int c = 0; c < 3; ++c)
                             if (std::fabs(d[c] - placed_d[c]) > 0.5) found = true;
                     }
+            return !found;
         });
         if (found) return true;
     }

@@ -4,27 +4,9 @@
 #include <cmath>
 
 #include "bond_search.h"
-#include "fatal.h"
 #include "teska/fileio.h"
 
 namespace fileio_detail {
-
-double fold_displacement(double f) {
-    constexpr double kExactLimit = 9007199254740992.0;  // 2^53: beyond it f - 1 may round to f
-    if (std::fabs(f) >= kExactLimit)
-        FILEIO_FATAL(kStatusFailure, stdout, "Coordinate out of range in the bond search.\n");
-    // Each single shift is exact below 2^53, so the shifts end on f minus a whole number,
-    // which f - floor(f) and one last shift give exactly.
-    if (f > 0.5) {
-        const double r = f - std::floor(f);
-        return r > 0.5 ? r - 1.0 : r;
-    }
-    if (f < -0.5) {
-        const double r = f - std::floor(f);
-        return r < 0.5 ? r : r - 1.0;
-    }
-    return f;
-}
 
 BondRule store_bond_rule(const FileIO& store, ImageRule image) {
     BondRule rule{};

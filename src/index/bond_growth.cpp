@@ -12,8 +12,8 @@
 #include <memory>
 #include <queue>
 
-#include "bond_search.h"
 #include "cell_bins.h"
+#include "pair_tests.h"
 
 namespace fileio_detail {
 

@@ -1,4 +1,4 @@
-// Grid sizing and the counting sort that fills the bins.
+// Grid sizing, the counting sort that fills the bins, and atoms added one at a time.
 #include "cell_bins.h"
 
 #include <algorithm>
@@ -60,17 +60,42 @@ CellBins::CellBins(const double* x, const std::vector<int>& atoms, const double 
     }
 
     const std::size_t cells = static_cast<std::size_t>(bins_[0]) * bins_[1] * bins_[2];
-    std::vector<int> cell_of(atoms.size());
-    start_.assign(cells + 1, 0);
+    std::vector<int> cell_of_atom(atoms.size());
+    std::vector<int> start(cells + 1, 0);
     for (std::size_t s = 0; s < atoms.size(); ++s) {
-        const double* p = x + 3 * atoms[s];
-        cell_of[s] = (bin_of(p[0], 0) * bins_[1] + bin_of(p[1], 1)) * bins_[2] + bin_of(p[2], 2);
-        ++start_[cell_of[s] + 1];
+        cell_of_atom[s] = cell_of(x + 3 * atoms[s]);
+        ++start[cell_of_atom[s] + 1];
     }
-    for (std::size_t c = 0; c < cells; ++c) start_[c + 1] += start_[c];
+    for (std::size_t c = 0; c < cells; ++c) start[c + 1] += start[c];
     atoms_.resize(atoms.size());
-    std::vector<int> next(start_.begin(), start_.end() - 1);
-    for (std::size_t s = 0; s < atoms.size(); ++s) atoms_[next[cell_of[s]]++] = atoms[s];
+    std::vector<int> fill(start.begin(), start.end() - 1);
+    for (std::size_t s = 0; s < atoms.size(); ++s) atoms_[fill[cell_of_atom[s]]++] = atoms[s];
+    head_.assign(cells, -1);
+    next_.assign(atoms.size(), -1);
+    for (std::size_t c = 0; c < cells; ++c) {
+        if (start[c] == start[c + 1]) continue;
+        head_[c] = start[c];
+        for (int s = start[c]; s + 1 < start[c + 1]; ++s) next_[s] = s + 1;
+    }
+}
+
+CellBins::CellBins(const std::array<int, 3>& bins, int capacity) : periodic_(true) {
+    for (int k = 0; k < 3; ++k) {
+        bins_[k] = bins[k] < 1 ? 1 : bins[k];
+        scale_[k] = bins_[k];
+    }
+    head_.assign(static_cast<std::size_t>(bins_[0]) * bins_[1] * bins_[2], -1);
+    if (capacity > 0) {
+        next_.reserve(static_cast<std::size_t>(capacity));
+        atoms_.reserve(static_cast<std::size_t>(capacity));
+    }
+}
+
+void CellBins::add(int atom, const double p[3]) {
+    int& head = head_[cell_of(p)];
+    next_.push_back(head);
+    atoms_.push_back(atom);
+    head = static_cast<int>(atoms_.size()) - 1;
 }
 
 int CellBins::bin_of(double coordinate, int axis) const {

@@ -1,8 +1,9 @@
 // A cell list: atoms sorted into a grid of bins so that every atom within a given reach of a
 // point lies in the point's bin or in one of the bins next to it. Periodic grids bin the
 // fractional position modulo 1 and wrap at the faces; open grids bin a Cartesian position
-// within the bounding box of the atoms. The grid only proposes atoms; callers apply their own
-// exact test to each proposal.
+// within the bounding box of the atoms. A periodic grid may also start empty and take atoms one
+// at a time, each query seeing the atoms added before it. The grid only proposes atoms;
+// callers apply their own exact test to each proposal.
 #ifndef TESKA_INDEX_CELL_BINS_H
 #define TESKA_INDEX_CELL_BINS_H
 
@@ -20,16 +21,28 @@ class CellBins {
     // max(64, 2 x atoms) bins.
     CellBins(const double* x, const std::vector<int>& atoms, const double reach[3], bool periodic);
 
-    // Calls visit(atom) for every binned atom in the bins around position p, each once, bins
-    // in a fixed order and atoms within a bin in ascending index. Returns early when visit
-    // returns false.
+    // An empty periodic grid of bins[k] bins along axis k (at least one) for up to about
+    // capacity atoms, filled by add(). The caller picks the bins: when each is at least the
+    // reach wide, every position within reach of a point lies in its bin or a neighbouring one.
+    CellBins(const std::array<int, 3>& bins, int capacity);
+
+    // Bins one more atom of a periodic grid at fractional position p (taken modulo 1).
+    void add(int atom, const double p[3]);
+
+    // Calls visit(atom) for every binned atom in the bins around position p, each once, and
+    // returns early when visit returns false. The order is fixed, so that a caller that keeps
+    // the first or the last atom found always keeps the same one: along each axis the bins
+    // b - 1, b, b + 1 around the point's bin b (wrapped on a periodic grid, skipped past the
+    // edge of an open one; a periodic axis of two bins gives b and then the other), the first
+    // axis outermost; within a bin, the atoms of add() latest first, then the atoms of the
+    // constructor in the order listed.
     template <typename Visit>
     void for_each_near(const double p[3], Visit visit) const {
         std::array<int, 3> lo, count;
         for (int k = 0; k < 3; ++k) {
             const int b = bin_of(p[k], k);
-            if (bins_[k] <= 2) {  // every bin of the axis; no bin twice
-                lo[k] = 0;
+            if (periodic_ && bins_[k] <= 2) {  // no bin twice
+                lo[k] = b;
                 count[k] = bins_[k];
             } else {
                 lo[k] = b - 1;
@@ -46,7 +59,7 @@ class CellBins {
                     const int b2 = wrap(lo[2] + l, 2);
                     if (b2 < 0) continue;
                     const int cell = (b0 * bins_[1] + b1) * bins_[2] + b2;
-                    for (int s = start_[cell]; s < start_[cell + 1]; ++s)
+                    for (int s = head_[cell]; s >= 0; s = next_[s])
                         if (!visit(atoms_[s])) return;
                 }
             }
@@ -57,6 +70,9 @@ class CellBins {
 
    private:
     int bin_of(double coordinate, int axis) const;
+    int cell_of(const double p[3]) const {
+        return (bin_of(p[0], 0) * bins_[1] + bin_of(p[1], 1)) * bins_[2] + bin_of(p[2], 2);
+    }
     // A neighbouring bin index on one axis, wrapped on a periodic grid; -1 past an open edge.
     int wrap(int b, int axis) const {
         if (b < 0) return periodic_ ? b + bins_[axis] : -1;
@@ -68,7 +84,11 @@ class CellBins {
     std::array<int, 3> bins_{1, 1, 1};
     std::array<double, 3> origin_{0.0, 0.0, 0.0};  // open grids: lower corner of the box
     std::array<double, 3> scale_{1.0, 1.0, 1.0};   // bins per unit length
-    std::vector<int> start_;  // atoms of bin c: atoms_[start_[c] .. start_[c+1])
+    // The atoms of a bin are a list of slots: atoms_[s] is the atom of slot s, next_[s] the
+    // slot after it (-1 at the end), head_[c] the first slot of bin c (-1 when empty). The
+    // constructor fills each bin's slots in one contiguous run.
+    std::vector<int> head_;
+    std::vector<int> next_;
     std::vector<int> atoms_;
 };
 

@@ -84,6 +84,22 @@ TEST(Disorder, PartialSitesThatClashAreLeftOut) {
         << r.info.warnings[0];
 }
 
+// Of two kept hydrogens that a half hydrogen clashes with, the warning names the last found:
+// in a 10 A cube the grid has 4 bins per axis, visited from the lower to the higher, and the
+// atoms of one bin latest kept first. H1P (bin 1 along a) is named by H1B of its own bin, not
+// by the nearer H1A of bin 0; H2P, in one bin with both, by H2A, kept before the nearer H2B.
+TEST(Disorder, AClashNamesTheLastKeptAtomFound) {
+    const database_test::Read r = database_test::read_text(
+        "data_x\n_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
+        "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
+        "_space_group_name_Hall 'P 1'\nloop_\n_atom_site_label\n_atom_site_fract_x\n"
+        "_atom_site_fract_y\n_atom_site_fract_z\n_atom_site_occupancy\n"
+        "H1A 0.20 0.1 0.1 1\nH1B 0.33 0.1 0.1 1\nH1P 0.26 0.1 0.1 0.5\n"
+        "H2A 0.53 0.6 0.6 1\nH2B 0.66 0.6 0.6 1\nH2P 0.60 0.6 0.6 0.5\n");
+    EXPECT_EQ(r.info.warnings, Labels{"test.cif: 2 partial sites left out: they clash with "
+                                      "atoms kept (H1P by H1B, H2P by H2A)"});
+}
+
 TEST(Disorder, SitesOnOnePositionAreOneAtomTheHigherOccupancyWinning) {
     const database_test::Read r = read("shared_sites.cif");
     ASSERT_EQ(r.info.atoms, 2);

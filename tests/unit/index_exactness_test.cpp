@@ -1,18 +1,23 @@
-// The indexed overlap test, separation and whole-molecule growth against the literal loops on
+// The index against the literal loops: the one-step fold of the pair tests against the
+// repeated shifts, and the indexed overlap test, separation and whole-molecule growth on
 // a few hundred seeded random cells built to hit every trap of binning: oblique cells down to
 // 30 degrees, atoms on and near every face, coordinates left outside [0,1) by the single wrap,
 // near-duplicate clusters and chains, distances at the bond bound, molecules crossing faces,
 // one molecule spanning the cell, a network bonded to its own image, unknown elements.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
 
 #include "bond_search.h"
+#include "cell_bins.h"
 #include "element_rows.h"
 #include "expand_overlap.h"
+#include "pair_tests.h"
 #include "teska/fileio.h"
 
 namespace {
@@ -317,6 +322,77 @@ TEST(IndexExactness, MoleculesAndWholeMoleculesEqualTheLiteralSearches) {
 }  // namespace
 
 namespace {
+
+using fileio_detail::fold_displacement;
+
+// The folding loop that the one-step fold of the pair tests must match bit for bit.
+double fold_by_loop(double f) {
+    while (f > 0.5) f -= 1.0;
+    while (f < -0.5) f += 1.0;
+    return f;
+}
+
+bool same_bits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+TEST(FoldDisplacement, MatchesTheLoopBitForBit) {
+    std::vector<double> values = {0.0, -0.0, 3.0};
+    for (double base : {0.5, 1.0, 1.5, 2.5, 7.5, 1000.0})
+        for (double up = base, down = base, k = 0; k < 5; ++k) {
+            values.insert(values.end(), {up, -up, down, -down});
+            up = std::nextafter(up, 1e9), down = std::nextafter(down, 0.0);
+        }
+    std::mt19937_64 random(20240601);
+    for (double scale : {1.0, 3.0, 100.0, 1e5}) {
+        std::uniform_real_distribution<double> spread(-scale, scale);
+        for (int i = 0; i < (scale < 1e3 ? 20000 : 200); ++i) values.push_back(spread(random));
+    }
+    for (double v : values)
+        EXPECT_TRUE(same_bits(fold_displacement(v), fold_by_loop(v))) << std::hexfloat << v;
+    // Magnitudes where the loop would run too long, and NaN, which it leaves alone.
+    const double two52 = 4503599627370496.0, two51 = two52 / 2;
+    const double large[][2] = {{two52, 0.0},       {-two52, 0.0},          {2 * two52 - 1, 0.0},
+                               {two51 + 0.5, 0.5}, {-(two51 + 0.5), -0.5}, {two51 + 1.5, 0.5}};
+    for (const auto& c : large)
+        EXPECT_TRUE(same_bits(fold_displacement(c[0]), c[1])) << std::hexfloat << c[0];
+    EXPECT_TRUE(std::isnan(fold_displacement(NAN)));
+}
+
+// A periodic grid filled one atom at a time, on axes of one, two, three and more bins: each
+// query proposes every atom added before it whose folded distance along each axis is below a
+// bin's width, each once, and no atom not yet added. Positions include the faces and values
+// just below 1.
+TEST(CellBinsFilledOneAtATime, ProposeEveryAtomAddedWithinABinEachOnce) {
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    const double edges[] = {0.0, 0.5, std::nextafter(1.0, 0.0), 0.25, 1.0 / 3.0};
+    for (const std::array<int, 3>& bins :
+         {std::array<int, 3>{1, 1, 1}, {2, 2, 2}, {3, 1, 2}, {5, 3, 4}, {7, 2, 1}}) {
+        fileio_detail::CellBins grid(bins, 60);
+        std::vector<double> x;
+        for (int a = 0; a < 60; ++a) {
+            for (int k = 0; k < 3; ++k) x.push_back(a % 4 == 0 ? edges[a / 4 % 5] : unit(random));
+            const double* p = &x[3 * a];
+            std::vector<int> seen(a + 1, 0);
+            grid.for_each_near(p, [&](int b) {
+                EXPECT_LT(b, a) << "not added yet";
+                if (b >= 0 && b < a) ++seen[b];
+                return true;
+            });
+            for (int b = 0; b < a; ++b) {
+                bool near = true;
+                for (int k = 0; k < 3; ++k) {
+                    const double d = std::fabs(x[3 * b + k] - p[k]);
+                    near = near && std::min(d, 1.0 - d) < 1.0 / bins[k];
+                }
+                EXPECT_LE(seen[b], 1) << "atom " << b << " proposed twice";
+                if (near) {
+                    EXPECT_EQ(seen[b], 1) << "atom " << b << " near " << a << " not proposed";
+                }
+            }
+            grid.add(a, p);
+        }
+    }
+}
 
 // The database reader's rule: the shortest image, atoms moved by whole lattice translations,
 // and components bonded to their own image reported.

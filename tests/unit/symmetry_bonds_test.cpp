@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <numeric>
 #include <random>
 #include <sstream>
@@ -12,14 +11,12 @@
 #include <tuple>
 #include <vector>
 
-#include "bond_search.h"
-#include "teska/fileio.h"
 #include "store_arrays.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {
 
-using fileio_detail::fold_displacement;
 using Ints = std::vector<int>;
 const char* const kFatalHeader = "ERROR  transport : fileio : line [0-9]+ : \n";
 
@@ -175,38 +172,6 @@ TEST(BondSearchOne, FoldsOnlyWhenTheDirectDistanceIsNoBond) {
     std::vector<double> direct = {0.125, 0.3, 0.4, 0.75, 0.3, 0.4};
     EXPECT_EQ(search_one(store, direct, {1, 0}, {1}), Found(0, 1, 1.25));
     EXPECT_EQ(direct, (std::vector<double>{0.125, 0.3, 0.4, 0.75, 0.3, 0.4}));
-}
-
-// The folding loop that the one-step fold must match bit for bit.
-double fold_by_loop(double f) {
-    while (f > 0.5) f -= 1.0;
-    while (f < -0.5) f += 1.0;
-    return f;
-}
-
-bool same_bits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
-TEST(FoldDisplacement, MatchesTheLoopBitForBit) {
-    std::vector<double> values = {0.0, -0.0, 3.0};
-    for (double base : {0.5, 1.0, 1.5, 2.5, 7.5, 1000.0})
-        for (double up = base, down = base, k = 0; k < 5; ++k) {
-            values.insert(values.end(), {up, -up, down, -down});
-            up = std::nextafter(up, 1e9), down = std::nextafter(down, 0.0);
-        }
-    std::mt19937_64 random(20240601);
-    for (double scale : {1.0, 3.0, 100.0, 1e5}) {
-        std::uniform_real_distribution<double> spread(-scale, scale);
-        for (int i = 0; i < (scale < 1e3 ? 20000 : 200); ++i) values.push_back(spread(random));
-    }
-    for (double v : values)
-        EXPECT_TRUE(same_bits(fold_displacement(v), fold_by_loop(v))) << std::hexfloat << v;
-    // Magnitudes where the loop would run too long, and NaN, which it leaves alone.
-    const double two52 = 4503599627370496.0, two51 = two52 / 2;
-    const double large[][2] = {{two52, 0.0},       {-two52, 0.0},          {2 * two52 - 1, 0.0},
-                               {two51 + 0.5, 0.5}, {-(two51 + 0.5), -0.5}, {two51 + 1.5, 0.5}};
-    for (const auto& c : large)
-        EXPECT_TRUE(same_bits(fold_displacement(c[0]), c[1])) << std::hexfloat << c[0];
-    EXPECT_TRUE(std::isnan(fold_displacement(NAN)));
 }
 
 TEST(SymmetryAndBondsDeathTest, TooManyImagesOrACoordinateOutOfRangeEndTheRun) {

@@ -1,8 +1,8 @@
-// Periodic geometry of the merges: shortest lattice images of displacements, and bins of
-// the cell that bring the atoms near a point within reach in linear time.
+// Periodic geometry of the merges: shortest lattice images of displacements, and the grid of
+// the index that brings the atoms near a point within reach in linear time.
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <vector>
 
 #include "database_detail.h"
 
@@ -68,47 +68,24 @@ double Lattice::min_image_distance2(const double d[3]) const {
     return best;
 }
 
-PeriodicBins::PeriodicBins(const Lattice& lattice, double reach, int capacity) {
+fileio_detail::CellBins Lattice::grid(double reach, int capacity) const {
+    std::array<int, 3> n;
     long long total = 1;
     for (int k = 0; k < 3; ++k) {
-        const double bins = std::floor(lattice.plane_spacing(k) / reach);
-        n_[k] = !(bins >= 1.0) ? 1 : static_cast<int>(std::min(bins, 1e6));
-        total *= n_[k];
+        const double bins = std::floor(spacing_[k] / reach);
+        n[k] = !(bins >= 1.0) ? 1 : static_cast<int>(std::min(bins, 1e6));
+        total *= n[k];
     }
     const long long limit = std::max(kMinBins, kMaxBinsPerAtom * capacity);
     while (total > limit) {
         int widest = 0;
         for (int k = 1; k < 3; ++k)
-            if (n_[k] > n_[widest]) widest = k;
-        total /= n_[widest];
-        n_[widest] = std::max(1, n_[widest] / 2);
-        total *= n_[widest];
+            if (n[k] > n[widest]) widest = k;
+        total /= n[widest];
+        n[widest] = std::max(1, n[widest] / 2);
+        total *= n[widest];
     }
-    for (int k = 0; k < 3; ++k) {
-        if (n_[k] >= 3)
-            offsets_[k] = {-1, 0, 1};
-        else if (n_[k] == 2)
-            offsets_[k] = {0, 1};
-        else
-            offsets_[k] = {0};
-    }
-    head_.assign(static_cast<std::size_t>(total), -1);
-    next_.assign(static_cast<std::size_t>(std::max(capacity, 0)), -1);
-}
-
-void PeriodicBins::bin_of(const double frac[3], int b[3]) const {
-    for (int k = 0; k < 3; ++k) {
-        const int i = static_cast<int>(frac[k] * n_[k]);
-        b[k] = i < 0 ? 0 : (i >= n_[k] ? n_[k] - 1 : i);
-    }
-}
-
-void PeriodicBins::add(int id, const double frac[3]) {
-    int b[3];
-    bin_of(frac, b);
-    int& head = head_[(b[0] * n_[1] + b[1]) * n_[2] + b[2]];
-    next_[id] = head;
-    head = id;
+    return fileio_detail::CellBins(n, capacity);
 }
 
 }  // namespace database_detail
