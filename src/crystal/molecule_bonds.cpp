@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "cell_bins.h"
+#include "plane_spacings.h"
 
 namespace teska::crystal_detail {
 
@@ -77,18 +78,9 @@ std::vector<Bond> molecule_bonds(int n, const double* x, const double* frac, con
     const double cutoff = 2.0 * largest * scale * (1.0 + 1e-9) + 1e-9;
     double reach[3] = {cutoff, cutoff, cutoff};
     if (periodic) {
-        // Row k of L^-1 scales a length into a fractional extent along axis k.
-        const double det = L[0][0] * (L[1][1] * L[2][2] - L[1][2] * L[2][1]) -
-                           L[0][1] * (L[1][0] * L[2][2] - L[1][2] * L[2][0]) +
-                           L[0][2] * (L[1][0] * L[2][1] - L[1][1] * L[2][0]);
-        for (int k = 0; k < 3; ++k) {
-            const int k1 = (k + 1) % 3, k2 = (k + 2) % 3;
-            // Row k of the inverse is the cross product of columns k1 and k2 over det.
-            const double c[3] = {L[1][k1] * L[2][k2] - L[2][k1] * L[1][k2],
-                                 L[2][k1] * L[0][k2] - L[0][k1] * L[2][k2],
-                                 L[0][k1] * L[1][k2] - L[1][k1] * L[0][k2]};
-            reach[k] = cutoff * std::sqrt(c[0] * c[0] + c[1] * c[1] + c[2] * c[2]) / std::fabs(det);
-        }
+        double spacing[3];
+        fileio_detail::plane_spacings(L, spacing);
+        for (int k = 0; k < 3; ++k) reach[k] = cutoff / spacing[k];
     }
     const fileio_detail::CellBins bins(periodic ? frac : x, binned, reach, periodic);
     for (int a : binned)

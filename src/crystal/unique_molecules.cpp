@@ -9,6 +9,8 @@
 #include <map>
 #include <unordered_map>
 
+#include "plane_spacings.h"
+
 
 namespace teska::crystal_detail {
 
@@ -124,12 +126,12 @@ Preimage preimage_of(const SymmetryOperation& op, const double L[3][3], const do
 // tolerance wide on each axis.
 class CentroidGrid {
    public:
-    explicit CentroidGrid(const double Li[3][3]) {
+    explicit CentroidGrid(const double L[3][3]) {
+        double spacing[3];
+        fileio_detail::plane_spacings(L, spacing);
         for (int k = 0; k < 3; ++k) {
-            // Fractional extent of the tolerance along axis k: its length times row k of L^-1.
-            const double reach =
-                (kTolerance + 1e-6) *
-                std::sqrt(Li[k][0] * Li[k][0] + Li[k][1] * Li[k][1] + Li[k][2] * Li[k][2]);
+            // Fractional extent of the tolerance along axis k.
+            const double reach = (kTolerance + 1e-6) / spacing[k];
             bins_[k] = std::isfinite(reach) && reach > 0.0
                            ? std::max(1, std::min(256, static_cast<int>(1.0 / reach)))
                            : 1;
@@ -212,7 +214,7 @@ std::vector<UniqueMolecule> unique_molecules(const Structure& s) {
     for (const SymmetryOperation& op : s.operations)
         preimages.push_back(preimage_of(op, store.cell_latt3x3, store.cell_latt3x3_inv));
 
-    CentroidGrid grid(store.cell_latt3x3_inv);
+    CentroidGrid grid(store.cell_latt3x3);
     std::vector<int> unique_of(static_cast<std::size_t>(store.nmols), -1);  // index into unique
     for (int j = 0; j < store.nmols; ++j) {
         // The first unique molecule (in cell order) that maps onto j, with the first operation.

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "database_detail.h"
+#include "index/plane_spacings.h"
 
 namespace teska {
 namespace database_detail {
@@ -20,21 +21,7 @@ constexpr long long kMinBins = 64;
 Lattice::Lattice(const double m[3][3]) {
     for (int r = 0; r < 3; ++r)
         for (int c = 0; c < 3; ++c) m_[r][c] = m[r][c];
-    // The rows of the inverse are the reciprocal vectors; plane spacing = 1 / their length.
-    // inverse = adjugate / det; the length of row k of the adjugate is |b_i x b_j| of the
-    // other two columns.
-    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
-                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
-                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-    for (int k = 0; k < 3; ++k) {
-        const int i = (k + 1) % 3, j = (k + 2) % 3;
-        const double cross[3] = {m[1][i] * m[2][j] - m[2][i] * m[1][j],
-                                 m[2][i] * m[0][j] - m[0][i] * m[2][j],
-                                 m[0][i] * m[1][j] - m[1][i] * m[0][j]};
-        const double area =
-            std::sqrt(cross[0] * cross[0] + cross[1] * cross[1] + cross[2] * cross[2]);
-        spacing_[k] = std::fabs(det) / area;
-    }
+    fileio_detail::plane_spacings(m_, spacing_);
     const double half = 0.5 * std::min({spacing_[0], spacing_[1], spacing_[2]});
     half_min_spacing2_ = half * half;
 }
