@@ -11,7 +11,7 @@ install(TARGETS teska_fileio teska_database teska_crystal EXPORT teskaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/teska/fileio.h include/teska/mmutil.h include/teska/database.h
               include/teska/error.h include/teska/printed_reports.h include/teska/crystal.h
-              include/teska/outputs.h include/teska/paths.h
+              include/teska/outputs.h include/teska/paths.h include/teska/dimers.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/teska)
 
 install(EXPORT teskaTargets NAMESPACE teska:: FILE teskaTargets.cmake

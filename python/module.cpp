@@ -13,6 +13,9 @@
 namespace py = pybind11;
 using teska::Crystal;
 
+// Crystal.dimers and its classes (dimers.cpp).
+void bind_dimers(py::module_& m);
+
 namespace {
 
 // One molecule of a crystal, as Python sees it: the crystal and the molecule's index.
@@ -392,6 +395,7 @@ PYBIND11_MODULE(_teska, m) {
     teska::python::register_errors(m);
     bind_molecule(m);
     bind_crystal(m);
+    bind_dimers(m);
 
     m.def(
         "read",

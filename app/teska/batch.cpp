@@ -14,6 +14,7 @@
 #include <cstring>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 #include "captured_output.h"
 #include "failure.h"
@@ -258,7 +259,7 @@ bool run_batch(const std::vector<BatchItem>& items, const BatchWork& work,
                 ::close(child.result_fd);
                 record(child.index, timed_out(child, items[child.index], settings.timeout_seconds));
             } else {
-                still_running.push_back(child);
+                still_running.push_back(std::move(child));
             }
         }
         running.swap(still_running);

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "convert_command.h"
+#include "dimers_command.h"
 #include "failure.h"
 #include "info_command.h"
 
@@ -25,13 +26,15 @@ int main(int argc, char** argv) {
     app.footer(kFooter);
     teska::cli::ConvertCommand convert(app);
     teska::cli::InfoCommand info(app);
+    teska::cli::DimersCommand dimers(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? 0 : kUsageStatus;
     }
     try {
-        return convert.chosen() ? convert.run() : info.run();
+        if (convert.chosen()) return convert.run();
+        return dimers.chosen() ? dimers.run() : info.run();
     } catch (const teska::cli::UsageError& e) {
         std::fprintf(stderr, "teska: %s\n", e.what());
         return kUsageStatus;

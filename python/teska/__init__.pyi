@@ -1,4 +1,4 @@
-from collections.abc import Sequence
+from collections.abc import Mapping, Sequence
 from typing import Any
 
 import numpy as np
@@ -87,6 +87,76 @@ class UniqueMolecule:
     def shifts(self) -> npt.NDArray[np.int64]:
         """For each image, the lattice vector added after the operation, n x 3 int64."""
 
+class DimerClass:
+    """A class of dimers equal by symmetry: its representative (molecule A = i, molecule B = j
+    moved by the lattice vector t) and the whole orbit."""
+
+    @property
+    def i(self) -> int: ...
+    @property
+    def j(self) -> int: ...
+    @property
+    def t(self) -> tuple[int, int, int]: ...
+    @property
+    def formula_a(self) -> str: ...
+    @property
+    def formula_b(self) -> str: ...
+    @property
+    def com_distance(self) -> float:
+        """Angstrom between the centres of mass."""
+    @property
+    def closest_contact(self) -> float:
+        """Angstrom between the nearest atoms."""
+    @property
+    def contact_atoms(self) -> tuple[int, int]:
+        """Atom indices of the crystal of the nearest atoms: of A, of B."""
+    @property
+    def contact_labels(self) -> tuple[str, str]: ...
+    @property
+    def multiplicity(self) -> int:
+        """Dimers of the class per cell."""
+    @property
+    def neighbours(self) -> int:
+        """Dimers of the class that molecule A takes part in."""
+    @property
+    def relation(self) -> list[str]:
+        """Symmetry codes of the operations mapping A onto B; empty when none does."""
+    @property
+    def relation_names(self) -> list[str]: ...
+    @property
+    def orbit(self) -> list[tuple[int, int, tuple[int, int, int]]]:
+        """Every dimer (i, j, t) of the cell in the class."""
+    @property
+    def near_cutoff(self) -> bool:
+        """The closest contact lies within 0.05 angstrom of the cutoff."""
+
+class DimerSet:
+    """The dimer classes of a crystal."""
+
+    @property
+    def cutoff(self) -> float: ...
+    @property
+    def heavy_only(self) -> bool: ...
+    @property
+    def operations(self) -> int:
+        """Distinct symmetry operations."""
+    @property
+    def classes(self) -> list[DimerClass]:
+        """By closest contact, then centre-of-mass distance."""
+    @property
+    def dimers_per_cell(self) -> int: ...
+    @property
+    def neighbours_per_molecule(self) -> float: ...
+    @property
+    def near_cutoff_classes(self) -> int: ...
+    @property
+    def formulas(self) -> list[str]:
+        """Formula of each molecule of the cell."""
+    @property
+    def centres(self) -> npt.NDArray[np.float64]:
+        """Fractional centre of mass of each molecule, in [0, 1), n x 3 float64."""
+    def __len__(self) -> int: ...
+
 class Crystal:
     """A crystal read with teska.read or teska.read_string."""
 
@@ -168,6 +238,28 @@ class Crystal:
         """Writes the cell (pdb, cif, xyz) or one file per molecule (xyz with split=True, mol,
         gaussian, orca, qchem: NAME_01.xyz, NAME-01.com) and returns the files written. The
         format is format= or the one the extension of path implies."""
+    def dimers(self, cutoff: float = 4.0, heavy_only: bool = False) -> DimerSet:
+        """The pairs of molecules whose closest atoms are nearer than cutoff (angstrom), in
+        classes equal by symmetry; heavy_only leaves hydrogens out of the contact. Raises
+        teska.Error for a crystal without a cell or with a molecule bonded to its own image."""
+    def dimers_svg(self, dimers: DimerSet) -> str:
+        """An SVG picture of the classes: each species' first molecule with its neighbours,
+        projected onto its mean plane, coloured and numbered by class."""
+    def write_dimers(
+        self,
+        dimers: DimerSet,
+        directory: str,
+        formats: Sequence[str] = ("xyz",),
+        charges: Mapping[str, int] = {},
+        method: str = "B3LYP",
+        basis: str = "6-31G(d)",
+        nprocs: int = 1,
+        memory_mb: int = 1000,
+    ) -> list[str]:
+        """Writes directory/class_NN/dimer.EXT, monomer_a.EXT and monomer_b.EXT for every class
+        of dimers (from this crystal's dimers()), in the one frame of the crystal, in each format
+        (xyz, pdb, gaussian, orca, qchem); charges maps a species' formula to its charge.
+        Returns the files written."""
     def to_ase(self) -> Any:
         """An ase.Atoms of the cell with the molecule of each atom in its array "molecule";
         needs ASE."""

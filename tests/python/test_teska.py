@@ -284,6 +284,47 @@ class WritingTest(TempDir):
             teska.read(NAPHTHALENE).write(os.path.join(self.tmp, "absent", "n.pdb"))
 
 
+class DimersTest(unittest.TestCase):
+    # Naphthalene, P2_1/c, b = 6.003 and c = 8.235 at right angles, molecules on the inversion
+    # centres (0, 0, 0) and (0, 1/2, 1/2): the edge-to-face pair half the b + c diagonal apart,
+    # four per molecule by the 2_1 screw; the stack along b, two per molecule.
+    def test_naphthalene_classes(self):
+        crystal = teska.read(NAPHTHALENE)
+        dimers = crystal.dimers()
+        self.assertEqual(dimers.cutoff, 4.0)
+        self.assertEqual(sum(c.multiplicity for c in dimers.classes), dimers.dimers_per_cell)
+        self.assertEqual(dimers.dimers_per_cell, 14)
+        self.assertEqual(dimers.formulas, ["C10H8", "C10H8"])
+        np.testing.assert_allclose(dimers.centres, [[0, 0, 0], [0, 0.5, 0.5]], atol=1e-9)
+        by_distance = {round(c.com_distance, 3): c for c in dimers.classes}
+        edge = by_distance[round(0.5 * (6.003**2 + 8.235**2) ** 0.5, 3)]
+        self.assertEqual((edge.i, edge.j, edge.multiplicity, edge.neighbours), (0, 1, 4, 4))
+        self.assertIn("-x,y+1/2,-z+1/2", edge.relation)
+        self.assertIn("2-fold screw", edge.relation_names)
+        self.assertEqual(len(edge.orbit), 4)
+        stack = by_distance[6.003]
+        self.assertEqual(stack.t, (0, 1, 0))
+        self.assertIn((0, 0, (0, 1, 0)), stack.orbit)
+        contacts = [c.closest_contact for c in dimers.classes]
+        self.assertEqual(contacts, sorted(contacts))
+
+    def test_cutoff_heavy_atoms_inputs_and_refusal(self):
+        crystal = teska.read(NAPHTHALENE)
+        self.assertEqual(crystal.dimers(cutoff=3.0).dimers_per_cell, 8)
+        heavy = crystal.dimers(heavy_only=True)
+        for c in heavy.classes:
+            self.assertEqual({crystal.symbols[a] for a in c.contact_atoms}, {"C"})
+        with tempfile.TemporaryDirectory() as tmp:
+            written = crystal.write_dimers(heavy, tmp, formats=["xyz", "orca"], charges={"C10H8": -1})
+            self.assertEqual(len(written), len(heavy.classes) * 3 * 2)
+            with open(os.path.join(tmp, "class_01", "monomer_a.inp")) as f:
+                self.assertIn("* xyz -1 2\n", f.read())
+        self.assertEqual(crystal.dimers_svg(heavy).count("<circle"), 18 * (1 + sum(c.neighbours for c in heavy.classes)))
+        bare = teska.read_string("1\n\nC 0 0 0\n", format="xyz")
+        with self.assertRaises(teska.Error):
+            bare.dimers()
+
+
 @unittest.skipIf(ase is None, "ASE is not installed")
 class AseTest(TempDir):
     def test_to_ase_round_trip(self):
