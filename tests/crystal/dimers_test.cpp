@@ -190,6 +190,39 @@ TEST(Dimers, ShuffledAtomsAndAnotherCell) {
     }
 }
 
+// Naphthalene's P2_1/c cell in the P2_1/a setting (a' = c, b' = -b, c' = a; the operations
+// -x+1/2,y+1/2,-z and x+1/2,-y+1/2,z): the same pairs, classes and multiplicities.
+TEST(Dimers, AnotherSettingOfTheSpaceGroup) {
+    const std::string path = std::string(EXAMPLES_DIR) + "/naphthalene.cif";
+    const Crystal original = Crystal::read(path);
+    std::string cif =
+        "data_p21a\n_cell_length_a 8.2350\n_cell_length_b 6.0030\n_cell_length_c 8.6580\n"
+        "_cell_angle_alpha 90\n_cell_angle_beta 122.920\n_cell_angle_gamma 90\nloop_\n"
+        "_symmetry_equiv_pos_as_xyz\n'x,y,z'\n'-x+1/2,y+1/2,-z'\n'-x,-y,-z'\n'x+1/2,-y+1/2,z'\n"
+        "loop_\n_atom_site_label\n_atom_site_type_symbol\n_atom_site_fract_x\n"
+        "_atom_site_fract_y\n_atom_site_fract_z\n";
+    std::istringstream lines(test_support::read_file(path));
+    int sites = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string label, type, x, y, z;
+        if (!(words >> label >> type >> x >> y >> z) || (type != "C" && type != "H")) continue;
+        const double f[3] = {std::atof(x.c_str()), std::atof(y.c_str()), std::atof(z.c_str())};
+        char row[128];
+        std::snprintf(row, sizeof row, "%s %s %.4f %.4f %.4f\n", label.c_str(), type.c_str(), f[2],
+                      -f[1], f[0]);
+        cif += row;
+        ++sites;
+    }
+    ASSERT_EQ(sites, 9);
+    const Crystal other = Crystal::read_text(cif, "cif", "p21a.cif");
+    const DimerSet a = teska::find_dimers(original), b = teska::find_dimers(other);
+    EXPECT_EQ(contacts_per_cell(b, 1), contacts_per_cell(a, 1));
+    ASSERT_EQ(b.classes.size(), a.classes.size());
+    for (std::size_t k = 0; k < a.classes.size(); ++k)
+        EXPECT_EQ(b.classes[k].multiplicity, a.classes[k].multiplicity);
+}
+
 // A cutoff a hair above a class's contact takes the whole class, a hair below leaves it out.
 TEST(Dimers, CutoffDecidesPerClass) {
     const Crystal c = Crystal::read(std::string(EXAMPLES_DIR) + "/naphthalene.cif");
