@@ -112,10 +112,13 @@ py::object to_ase(py::object self) {
 
 teska::ReadSettings read_settings(bool strict, const std::string& disorder,
                                   const std::optional<std::string>& block,
-                                  const std::optional<std::array<double, 6>>& cell) {
+                                  const std::optional<std::array<double, 6>>& cell,
+                                  const std::string& bonds, bool metal_bonds) {
     teska::ReadSettings settings;
     settings.strict = strict;
     settings.disorder = disorder;
+    settings.bonds = bonds;
+    settings.metal_bonds = metal_bonds;
     settings.block = block.value_or("");
     settings.cell = cell;
     return settings;
@@ -349,6 +352,10 @@ void bind_crystal(py::module_& m) {
         .def_property_readonly("warnings", &Crystal::warnings)
         .def_property_readonly("disorder_left_out", &Crystal::disorder_left_out,
                                "Sites left out by the disorder choice.")
+        .def_property_readonly("table_bonds", &Crystal::table_bonds,
+                               "Bonds of the cell the file's bond table added beyond the radii.")
+        .def_property_readonly("metal_bonds", &Crystal::metal_bonds,
+                               "Metal-ligand bonds of the cell added beyond the radii.")
         .def(
             "write",
             [](const Crystal& c, const std::string& path, std::optional<std::string> format,
@@ -400,27 +407,34 @@ PYBIND11_MODULE(_teska, m) {
     m.def(
         "read",
         [](const std::string& path, bool strict, const std::string& disorder,
-           std::optional<std::string> block, std::optional<std::array<double, 6>> cell) {
-            const teska::ReadSettings settings = read_settings(strict, disorder, block, cell);
+           std::optional<std::string> block, std::optional<std::array<double, 6>> cell,
+           const std::string& bonds, bool metal_bonds) {
+            const teska::ReadSettings settings =
+                read_settings(strict, disorder, block, cell, bonds, metal_bonds);
             return Crystal::read(path, settings);
         },
         py::arg("path"), py::arg("strict") = false, py::arg("disorder") = "major",
-        py::arg("block") = py::none(), py::arg("cell") = py::none(),
+        py::arg("block") = py::none(), py::arg("cell") = py::none(), py::arg("bonds") = "both",
+        py::arg("metal_bonds") = true,
         "Reads a crystal from a CIF file (the database reader; strict=True: the rules of "
         "cif2pdb), or a PDB, XYZ or MDL molfile by its extension. disorder: \"major\", \"all\" "
         "or the name of a disorder group; block: a data block name; cell: (a, b, c, alpha, "
-        "beta, gamma) for a molecule file without one. Raises teska.Error.");
+        "beta, gamma) for a molecule file without one; bonds: \"radii\", \"file\" (the "
+        "file's bond table) or \"both\"; metal_bonds: metal-ligand bonds beyond the radii "
+        "where no bond table is used. Raises teska.Error.");
     m.def(
         "read_string",
         [](const std::string& text, const std::string& format, const std::string& name,
            bool strict, const std::string& disorder, std::optional<std::string> block,
-           std::optional<std::array<double, 6>> cell) {
-            const teska::ReadSettings settings = read_settings(strict, disorder, block, cell);
+           std::optional<std::array<double, 6>> cell, const std::string& bonds,
+           bool metal_bonds) {
+            const teska::ReadSettings settings =
+                read_settings(strict, disorder, block, cell, bonds, metal_bonds);
             return Crystal::read_text(text, format, name, settings);
         },
         py::arg("text"), py::kw_only(), py::arg("format") = "cif", py::arg("name") = "<string>",
         py::arg("strict") = false, py::arg("disorder") = "major", py::arg("block") = py::none(),
-        py::arg("cell") = py::none(),
+        py::arg("cell") = py::none(), py::arg("bonds") = "both", py::arg("metal_bonds") = true,
         "Reads a crystal from text: format is \"cif\", \"pdb\", \"xyz\" or \"mol\"; name stands "
         "for the text in errors and warnings. Otherwise as read().");
     m.attr("formats") = py::cast(teska::format_names_accepted());

@@ -51,12 +51,25 @@ void add_reader_options(CLI::App* command, ReaderOptions& options) {
             ->add_option("--disorder", options.disorder,
                          "Disorder: major (default), all sites, or one group by its name")
             ->type_name("major|all|GROUP");
+    options.bonds_option =
+        command
+            ->add_option("--bonds", options.bonds,
+                         "Bonds of CIF files: the bonding radii, the file's bond table, or "
+                         "both (default: the radii and the table's bonds beyond them)")
+            ->type_name("radii|file|both")
+            ->check(CLI::IsMember({"radii", "file", "both"}));
+    options.no_metal_bonds_option = command->add_flag(
+        "--no-metal-bonds", options.no_metal_bonds,
+        "CIF files without a bond table in use: no metal-ligand bonds beyond the bonding radii");
     command
         ->add_option("--cell", options.cell,
                      "Cell of inputs that have none (molfiles, XYZ, PDB without CRYST1), "
                      "angstrom and degrees")
         ->type_name("a,b,c,alpha,beta,gamma");
-    options.strict_option->excludes(options.block_option)->excludes(options.disorder_option);
+    options.strict_option->excludes(options.block_option)
+        ->excludes(options.disorder_option)
+        ->excludes(options.bonds_option)
+        ->excludes(options.no_metal_bonds_option);
 }
 
 std::vector<std::string> inputs_of_this_run(const BatchOptions& options) {
@@ -75,6 +88,8 @@ ReadSettings read_settings_of(const ReaderOptions& options) {
     settings.strict = options.strict;
     settings.block = options.block;
     if (!options.disorder.empty()) settings.disorder = options.disorder;
+    if (!options.bonds.empty()) settings.bonds = options.bonds;
+    settings.metal_bonds = !options.no_metal_bonds;
     if (!options.cell.empty()) {
         std::string text = options.cell;
         for (char& c : text)

@@ -25,10 +25,14 @@ struct ReaderOptions {
     bool strict = false;
     std::string block;
     std::string disorder;
+    std::string bonds;
+    bool no_metal_bonds = false;
     std::string cell;
     CLI::Option* strict_option = nullptr;
     CLI::Option* block_option = nullptr;
     CLI::Option* disorder_option = nullptr;
+    CLI::Option* bonds_option = nullptr;
+    CLI::Option* no_metal_bonds_option = nullptr;
 };
 
 void add_batch_options(CLI::App* command, BatchOptions& options);

@@ -86,6 +86,8 @@ std::string info_json(const std::string& input, const Crystal& c,
         .add("molecule_formulas", json_string_array(formulas))
         .add_number("periodic_molecules", periodic)
         .add_number("bonds", bond_count(c))
+        .add_number("table_bonds", c.table_bonds())
+        .add_number("metal_bonds", c.metal_bonds())
         .add("species", species_json(c))
         .add_number("unique_molecules", static_cast<double>(unique.size()))
         .add("unique_formulas", json_string_array(unique))
@@ -132,6 +134,10 @@ std::string info_text(const std::string& input, const Crystal& c, const JobResul
                        (c.species().empty() ? "" : ": " + species_text(c)));
     row("unique molecules", std::to_string(unique.size()) +
                                 (unique.empty() ? "" : ": " + grouped_formulas(unique)));
+    if (c.table_bonds() > 0)
+        row("bond table", std::to_string(c.table_bonds()) + " bonds added beyond the radii");
+    if (c.metal_bonds() > 0)
+        row("metal bonds", std::to_string(c.metal_bonds()) + " metal-ligand bonds beyond the radii");
     row("disorder", std::to_string(c.disorder_left_out()) + " sites left out");
     row("warnings", std::to_string(described.warnings.size()));
     return text;

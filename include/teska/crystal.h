@@ -21,6 +21,8 @@ struct ReadSettings {
     bool strict = false;             // CIF only: the store's own reader and pipeline, as cif2pdb
     std::string block;               // data block; empty: the first block with atoms
     std::string disorder = "major";  // "major", "all", or the name of a disorder group
+    std::string bonds = "both";      // CIF: "radii", "file" (the file's bond table) or "both"
+    bool metal_bonds = true;         // CIF: metal-ligand bonds where no bond table is used
     std::optional<std::array<double, 6>> cell;  // a, b, c, alpha, beta, gamma for an input
                                                 // without a cell of its own
 };
@@ -100,8 +102,13 @@ class Crystal {
     // ----- Molecules -----
     const std::vector<Molecule>& molecules() const;
     // Pairs of atoms of the molecule within bonding distance (the bond test of the reader
-    // that built it; across the cell faces for a periodic one), sorted.
+    // that built it; across the cell faces for a periodic one), sorted. For a CIF read by the
+    // database reader, the bonds it built the molecules with (the file's table included).
     const std::vector<Bond>& bonds(int molecule) const;
+    // Bonds of the cell that the file's bond table added beyond the radius test.
+    int table_bonds() const;
+    // Metal-ligand bonds of the cell added beyond the radii where no bond table was used.
+    int metal_bonds() const;
     const std::vector<Species>& species() const;
     const std::vector<int>& molecule_species() const;  // per molecule, index into species()
     const std::vector<UniqueMolecule>& unique_molecules() const;

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "teska/error.h"
@@ -21,12 +22,24 @@ enum class DisorderMode {
     kGroup,  // atoms outside disorder groups and the group named in ReadOptions::disorder_group
 };
 
+// Where the bonds that make molecules come from.
+enum class BondSource {
+    kRadii,  // the bonding radii times the bond scale
+    kFile,   // the file's bond table (_geom_bond_*); the radii when the file has none
+    kBoth,   // the radii, and the table's bonds beyond them
+};
+
 struct ReadOptions {
     std::string block;  // data block name; empty: the first block with atom sites
     DisorderMode disorder = DisorderMode::kMajor;
     std::string disorder_group;  // with DisorderMode::kGroup; assemblies without it keep
                                  // their major part
     double bond_scale = 1.15;
+    BondSource bonds = BondSource::kBoth;
+    // Without a bond table in use: a transition metal and a donor atom (C, N, O, P, S,
+    // halogens) within the sum of their covalent radii plus a coordination tolerance are
+    // bonded, even beyond the bonding radii.
+    bool metal_bonds = true;
     // Images of the kept sites under the operations (the atoms before merging) beyond which
     // the read is an error: its time and memory grow with them.
     long long max_cell_atoms = 20000000;
@@ -56,6 +69,11 @@ struct CrystalInfo {
     // occupancy.
     std::vector<std::string> atom_labels;
     std::vector<double> atom_occupancies;
+    // The bonds the molecules were made with, as pairs of cell atoms (a < b, sorted), and how
+    // many bonds of the cell the file's bond table added beyond the radii.
+    std::vector<std::pair<int, int>> bonds;
+    int table_bonds = 0;
+    int metal_bonds = 0;  // metal-ligand bonds of the cell added beyond the radii
 };
 
 // Reads one data block of a CIF file into the store: the cell (cell_latt, cell_latt3x3 and

@@ -220,6 +220,12 @@ class Crystal:
     @property
     def disorder_left_out(self) -> int:
         """Sites left out by the disorder choice."""
+    @property
+    def table_bonds(self) -> int:
+        """Bonds of the cell the file's bond table added beyond the radii."""
+    @property
+    def metal_bonds(self) -> int:
+        """Metal-ligand bonds of the cell added beyond the radii."""
     def write(
         self,
         path: str,
@@ -271,11 +277,15 @@ def read(
     disorder: str = "major",
     block: str | None = None,
     cell: Sequence[float] | None = None,
+    bonds: str = "both",
+    metal_bonds: bool = True,
 ) -> Crystal:
     """Reads a crystal from a CIF file (the database reader; strict=True: the rules of
     cif2pdb), or a PDB, XYZ or MDL molfile by its extension. disorder: "major", "all" or the
     name of a disorder group; block: a data block name; cell: (a, b, c, alpha, beta, gamma) for
-    a molecule file without one. Raises teska.Error."""
+    a molecule file without one; bonds: "radii", "file" (the file's bond table) or "both";
+    metal_bonds: metal-ligand bonds beyond the radii where no bond table is used. Raises
+    teska.Error."""
 
 def read_string(
     text: str,
@@ -286,6 +296,8 @@ def read_string(
     disorder: str = "major",
     block: str | None = None,
     cell: Sequence[float] | None = None,
+    bonds: str = "both",
+    metal_bonds: bool = True,
 ) -> Crystal:
     """Reads a crystal from text: format is "cif", "pdb", "xyz" or "mol"; name stands for the
     text in errors and warnings. Otherwise as read()."""

@@ -2,6 +2,7 @@
 // output captured, then the atoms copied out in molecule order. Bonds, species and unique
 // molecules are computed on first use; the store stays for the writers and is released with
 // the last copy of the crystal.
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <mutex>
@@ -244,11 +245,54 @@ const std::vector<double>& Crystal::fractional() const { return data_->fractiona
 std::string Crystal::formula() const { return hill_formula(data_->elements); }
 const std::vector<Molecule>& Crystal::molecules() const { return data_->molecules; }
 
+int Crystal::table_bonds() const { return data_->s.table_bonds; }
+int Crystal::metal_bonds() const { return data_->s.metal_bonds; }
+
+namespace {
+
+// The reader's bonds of crystal atoms, as bonds within each molecule.
+void cell_bonds_by_molecule(Crystal::Data& d) {
+    std::vector<int> molecule_of(d.store_atom.size(), -1), atom_of(d.store_atom.size(), -1);
+    std::vector<int> index_of_store_atom(static_cast<std::size_t>(d.s.store.natoms_cif), -1);
+    for (std::size_t m = 0; m < d.molecules.size(); ++m)
+        for (int k = 0; k < d.molecules[m].atom_count; ++k) {
+            const std::size_t atom = static_cast<std::size_t>(d.molecules[m].first_atom + k);
+            const int store_atom = d.store_atom[atom];
+            if (store_atom >= 0 && store_atom < d.s.store.natoms_cif)
+                index_of_store_atom[store_atom] = static_cast<int>(atom);
+            molecule_of[atom] = static_cast<int>(m);
+            atom_of[atom] = k;
+        }
+    for (const auto& pair : d.s.cell_bonds) {
+        if (pair.first < 0 || pair.second < 0 || pair.first >= d.s.store.natoms_cif ||
+            pair.second >= d.s.store.natoms_cif)
+            continue;
+        const int a = index_of_store_atom[pair.first], b = index_of_store_atom[pair.second];
+        if (a < 0 || b < 0 || molecule_of[a] != molecule_of[b]) continue;
+        const int i = atom_of[a], j = atom_of[b];
+        d.bonds[molecule_of[a]].push_back(Bond{std::min(i, j), std::max(i, j)});
+    }
+    for (std::vector<Bond>& bonds : d.bonds) {
+        std::sort(bonds.begin(), bonds.end(), [](const Bond& x, const Bond& y) {
+            return x.a != y.a ? x.a < y.a : x.b < y.b;
+        });
+        bonds.erase(std::unique(bonds.begin(), bonds.end(),
+                                [](const Bond& x, const Bond& y) { return x.a == y.a && x.b == y.b; }),
+                    bonds.end());
+    }
+}
+
+}  // namespace
+
 const std::vector<Bond>& Crystal::bonds(int molecule) const {
     Data& d = *data_;
     std::call_once(d.bonds_once, [&d] {
         const double(&L)[3][3] = d.s.store.cell_latt3x3;
         d.bonds.resize(d.molecules.size());
+        if (d.s.has_cell_bonds) {
+            cell_bonds_by_molecule(d);
+            return;
+        }
         for (std::size_t m = 0; m < d.molecules.size(); ++m) {
             const Molecule& mol = d.molecules[m];
             const std::size_t first = static_cast<std::size_t>(mol.first_atom);

@@ -21,9 +21,19 @@ std::string unquoted(const std::string& text) {
     return text;
 }
 
-teska::ReadOptions database_options(const ReadSettings& settings) {
+teska::ReadOptions database_options(const ReadSettings& settings, const std::string& path) {
     teska::ReadOptions options;
     options.block = settings.block;
+    if (settings.bonds == "radii") {
+        options.bonds = teska::BondSource::kRadii;
+    } else if (settings.bonds == "file") {
+        options.bonds = teska::BondSource::kFile;
+    } else if (settings.bonds == "both") {
+        options.bonds = teska::BondSource::kBoth;
+    } else {
+        throw Error(path, 0, 0, "bonds must be radii, file or both, not '" + settings.bonds + "'");
+    }
+    options.metal_bonds = settings.metal_bonds;
     if (settings.disorder == "major") {
         options.disorder = teska::DisorderMode::kMajor;
     } else if (settings.disorder == "all") {
@@ -121,7 +131,7 @@ void read_cif_with_store_reader(Structure& s, const std::string& path) {
 
 void read_cif_with_database_reader(Structure& s, const std::string& path,
                                    const ReadSettings& settings) {
-    const teska::ReadOptions options = database_options(settings);
+    const teska::ReadOptions options = database_options(settings, path);
     teska::CrystalInfo info = teska::read_database_cif(s.store, path, options);
     s.reader = "database";
     s.has_cell = true;
@@ -148,6 +158,10 @@ void read_cif_with_database_reader(Structure& s, const std::string& path,
         s.bond_radii[i] = row > 0 && row < kBondingRadiusEntries ? nw_elem_radius_m[row] : 0.0;
     }
     s.bond_scale = options.bond_scale;
+    s.has_cell_bonds = true;
+    s.cell_bonds = std::move(info.bonds);
+    s.table_bonds = info.table_bonds;
+    s.metal_bonds = info.metal_bonds;
 }
 
 std::vector<std::string> cif_blocks_with_atoms(const std::string& path) {

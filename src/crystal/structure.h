@@ -6,6 +6,7 @@
 #define TESKA_CRYSTAL_STRUCTURE_H
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "teska/crystal.h"
@@ -37,6 +38,13 @@ struct Structure {
     // The bond test that built the molecules: bonding radius per crystal atom and the scale.
     std::vector<double> bond_radii;
     double bond_scale = 1.15;
+    // The bonds the reader made the molecules with, as pairs of crystal atoms, when it hands
+    // them out (the database reader: its radius test, the file's bond table); the model's
+    // bonds are then these.
+    bool has_cell_bonds = false;
+    std::vector<std::pair<int, int>> cell_bonds;
+    int table_bonds = 0;  // bonds the file's bond table added
+    int metal_bonds = 0;  // metal-ligand bonds added beyond the radii
 
     int atom_count() const;
 };

@@ -10,6 +10,7 @@
 
 #include "gemmi/cifdoc.hpp"
 #include "gemmi/symmetry.hpp"
+#include "index/bond_growth.h"
 #include "index/cell_bins.h"
 #include "teska/database.h"
 
@@ -17,6 +18,8 @@ class FileIO;
 
 namespace teska {
 namespace database_detail {
+
+using fileio_detail::ExplicitBond;
 
 // "FILE:LINE:COLUMN: message", "FILE:LINE: message" or "FILE: message" (line, column 0 = unknown).
 std::string positioned(const std::string& file, int line, int column, const std::string& message);
@@ -239,11 +242,49 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
                        const std::vector<gemmi::Op>& ops, const Lattice& lattice, double bond_scale,
                        long long max_cell_atoms, Report& report);
 
+// ----- The file's bond table (bond_table.cpp) -----
+
+struct TableBonds {
+    bool present = false;             // the block has a bond table
+    int listed = 0;                   // its bonds found where their codes say
+    int added = 0;                    // explicit bonds of the cell made from them
+    std::vector<ExplicitBond> bonds;  // those, once each
+};
+
+// Reads the _geom_bond loop: labels, symmetry codes ("n_klm", "n", "." and "1_555"; codes
+// number the file's operations) and distances. A bond whose site is unknown, whose code names
+// no operation, or whose listed distance differs from the coordinates' by more than 0.05
+// angstrom is not used, with one warning for all; bonds to sites the disorder choice left out
+// are passed over; bonds to alkali and alkaline-earth ions are left to the radii and entries
+// longer than the radii allow by more than 0.5 angstrom taken for contacts, with a warning. Each bond used gives an explicit bond for every copy the operations make
+// in the cell; bonds the radius test gives are left to it unless every_bond. Bonds longer than
+// the radius test allows are named in a warning.
+TableBonds read_bond_table(gemmi::cif::Block& block, const std::vector<Site>& sites,
+                           const DisorderChoice& disorder, const Symmetry& symmetry,
+                           const Expansion& cell, const Lattice& lattice, double bond_scale,
+                           bool every_bond, Report& report);
+
+// Warns about bonds of the radius test between atoms that the bond table names (hydrogens
+// left out) whose pair of labels it does not list.
+void warn_bonds_not_listed(gemmi::cif::Block& block, const std::vector<Site>& sites,
+                           const Expansion& cell,
+                           const std::vector<std::pair<int, int>>& bonds, Report& report);
+
+// ----- Metal-ligand bonds (metal_bonds.cpp) -----
+
+// Bonds of transition metals to donor atoms (C, N, O, P, S, halogens) of pieces that hold
+// hydrogen (ligands, not oxo-anions or oxides) closer than the sum of their covalent radii
+// for metal-ligand bonds plus a coordination tolerance, in every image that close, where the
+// bonding radii do not join them already.
+std::vector<ExplicitBond> metal_ligand_bonds(const Expansion& cell, const Lattice& lattice,
+                                             double bond_scale);
+
 // ----- Molecules into the store (molecules.cpp) -----
 
 struct Molecules {
     std::vector<char> periodic;
     std::vector<std::string> formulas;
+    std::vector<std::pair<int, int>> bonds;  // pairs of cell atoms, a < b, sorted
 };
 
 // Hill formula of element rows: C and H first when there is carbon, then alphabetical.
@@ -252,7 +293,10 @@ std::string hill_formula(const std::vector<int>& elements);
 // Divides the cell atoms into molecules by the bond test over the true minimum image, makes
 // each whole with each centre of mass in [0,1) (a component bonded to its own image stays as
 // placed in the cell, with a warning), and fills the store as the crystal pipeline leaves it.
-Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scale, Report& report);
+// The explicit bonds join their atoms besides the bond test, or alone without use_radii.
+Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scale,
+                          const std::vector<ExplicitBond>& explicit_bonds, bool use_radii,
+                          Report& report);
 
 }  // namespace database_detail
 }  // namespace teska

@@ -136,6 +136,22 @@ bool is_data_heading(const std::string& text, std::size_t at) {
     return starts_with_keyword(text, at, "data_");
 }
 
+// A data item opens at this point of a line: a tag or a loop.
+bool is_item_start(const std::string& text, std::size_t at) {
+    return (at < text.size() && text[at] == '_') || starts_with_keyword(text, at, "loop_");
+}
+
+// The block name a file without a heading is read under: its name without folder and
+// extension, blanks made '_'.
+std::string block_name_of(const std::string& file) {
+    std::string name = file.substr(file.find_last_of('/') + 1);
+    const std::size_t dot = name.find_last_of('.');
+    if (dot != std::string::npos && dot > 0) name.erase(dot);
+    for (char& c : name)
+        if (is_blank(c) || c == '\n') c = '_';
+    return name.empty() ? "unnamed" : name;
+}
+
 void normalise_tag(std::string& tag) {
     for (char& c : tag) {
         if (c == '.')
@@ -210,12 +226,13 @@ GrammarScan repair_grammar(const std::string& text, Report& report) {
         if (end == std::string::npos) break;
         begin = end + 1;
     }
-    // Without any data block heading there is nothing to repair: the parse reports it.
+    // Without any data block heading or data item there is nothing to repair: the parse
+    // reports it.
     bool has_heading = false;
     for (const auto& line : lines) {
         std::size_t i = line.first;
         while (i < line.second && is_blank(text[i])) ++i;
-        if (is_data_heading(text, i)) {
+        if (is_data_heading(text, i) || is_item_start(text, i)) {
             has_heading = true;
             break;
         }
@@ -233,6 +250,15 @@ GrammarScan repair_grammar(const std::string& text, Report& report) {
         if (!seen_data) {
             if (is_data_heading(text, first)) {
                 seen_data = true;
+            } else if (is_item_start(text, first)) {
+                // A file whose heading line was lost: its items open a block named after
+                // the file, on the item's own line so that line numbers stay.
+                seen_data = true;
+                const std::string name = block_name_of(report.file());
+                report.warn(number, "data items before any data_ heading: read as the block " +
+                                        name);
+                edits.push_back(Edit{first, "data_" + name + " "});
+                heading_lines.push_back(number);
             } else {
                 if (!repair.is_blank_or_comment()) {
                     if (stray_lines++ == 0) first_stray = number;

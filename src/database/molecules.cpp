@@ -110,6 +110,7 @@ std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const
                                       const std::vector<int>& sizes,
                                       const std::vector<int>& order) {
     std::vector<char> periodic(sizes.size(), 0);
+    if (!rule.use_radii) return periodic;
     double min_spacing = lattice.plane_spacing(0);
     for (int k = 1; k < 3; ++k) min_spacing = std::min(min_spacing, lattice.plane_spacing(k));
     std::vector<double> sub_x, sub_radius;
@@ -160,6 +161,28 @@ std::vector<char> bonded_to_own_image(const fileio_detail::BondRule& rule, const
     return periodic;
 }
 
+// Components holding an explicit bond that, as placed, joins its atoms through another
+// image than its own (a chain or network of explicit bonds): added to periodic.
+void explicit_bonds_to_own_image(const std::vector<ExplicitBond>& bonds,
+                                 const std::vector<double>& original,
+                                 const std::vector<double>& placed, const std::vector<int>& sizes,
+                                 const std::vector<int>& order, std::vector<char>& periodic) {
+    if (bonds.empty()) return;
+    std::vector<int> component(placed.size() / 3, -1);
+    std::size_t s = 0;
+    for (std::size_t c = 0; c < sizes.size(); ++c)
+        for (int k = 0; k < sizes[c]; ++k) component[order[s++]] = static_cast<int>(c);
+    for (const ExplicitBond& bond : bonds) {
+        const int c = component[bond.a];
+        if (c < 0 || periodic[c]) continue;
+        for (int k = 0; k < 3; ++k) {
+            const double given = original[3 * bond.b + k] + bond.shift[k] - original[3 * bond.a + k];
+            const double now = placed[3 * bond.b + k] - placed[3 * bond.a + k];
+            if (std::fabs(now - given) > 0.5) periodic[c] = 1;
+        }
+    }
+}
+
 }  // namespace
 
 std::string hill_formula(const std::vector<int>& elements) {
@@ -181,7 +204,9 @@ std::string hill_formula(const std::vector<int>& elements) {
     return formula;
 }
 
-Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scale, Report& report) {
+Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scale,
+                          const std::vector<ExplicitBond>& explicit_bonds, bool use_radii,
+                          Report& report) {
     const int n = static_cast<int>(cell.atoms.size());
     store.natoms_cif = n;
     store.cif_atypes = new_store_array<int>(n);
@@ -202,12 +227,25 @@ Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scal
         for (int c = 0; c < 3; ++c) rule.latt[r][c] = store.cell_latt3x3[r][c];
     rule.bond_scale = bond_scale;
     rule.image = fileio_detail::ImageRule::kMinimumImage;
+    rule.use_radii = use_radii;
     std::vector<double> placed(store.cif_x_s, store.cif_x_s + 3LL * n);
     std::vector<int> sizes, order;
-    fileio_detail::grow_components(rule, n, placed.data(), radius.data(), &sizes, &order);
+    fileio_detail::grow_components(rule, n, placed.data(), radius.data(), &sizes, &order,
+                                   &explicit_bonds);
     Molecules molecules;
     molecules.periodic =
         bonded_to_own_image(rule, Lattice(store.cell_latt3x3), placed, radius, sizes, order);
+    explicit_bonds_to_own_image(explicit_bonds,
+                                std::vector<double>(store.cif_x_s, store.cif_x_s + 3LL * n),
+                                placed, sizes, order, molecules.periodic);
+    // The bonds used: the radius test's and the explicit ones, as pairs of cell atoms.
+    molecules.bonds = fileio_detail::radius_bonded_pairs(rule, n, store.cif_x_s, radius.data());
+    for (const ExplicitBond& bond : explicit_bonds)
+        if (bond.a != bond.b)
+            molecules.bonds.emplace_back(std::min(bond.a, bond.b), std::max(bond.a, bond.b));
+    std::sort(molecules.bonds.begin(), molecules.bonds.end());
+    molecules.bonds.erase(std::unique(molecules.bonds.begin(), molecules.bonds.end()),
+                          molecules.bonds.end());
 
     store.mol_natoms_list = sizes;
     store.mol_atom_list = order;

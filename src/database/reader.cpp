@@ -93,7 +93,31 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     const Expansion expansion = expand_sites(sites, disorder, symmetry.ops, lattice,
                                              options.bond_scale, options.max_cell_atoms, report);
     if (expansion.atoms.empty()) report.fail(0, 0, "no atoms left after the disorder choice");
-    const Molecules molecules = store_molecules(store, expansion, options.bond_scale, report);
+    TableBonds table;
+    if (options.bonds != BondSource::kRadii)
+        table = read_bond_table(block, sites, disorder, symmetry, expansion, lattice,
+                                options.bond_scale, options.bonds == BondSource::kFile, report);
+    const bool use_radii = options.bonds != BondSource::kFile || !table.present;
+    if (!table.present && options.bonds == BondSource::kFile)
+        report.warn(0, "no bond table in the block: bonds from the bonding radii");
+    std::vector<ExplicitBond> explicit_bonds = table.bonds;
+    int metal_bonds = 0;
+    // Metal-ligand bonds where no bond table is used: the author's bonds are the better word.
+    if (options.metal_bonds && use_radii && table.bonds.empty() &&
+        (!table.present || options.bonds == BondSource::kRadii)) {
+        const std::vector<ExplicitBond> metal =
+            metal_ligand_bonds(expansion, lattice, options.bond_scale);
+        metal_bonds = static_cast<int>(metal.size());
+        explicit_bonds.insert(explicit_bonds.end(), metal.begin(), metal.end());
+        if (metal_bonds > 0)
+            report.warn(0, count_of(metal_bonds, "metal-ligand bond", "metal-ligand bonds") +
+                               " beyond the bonding radii added (covalent radii of the metal "
+                               "and the donor plus a coordination tolerance)");
+    }
+    const Molecules molecules =
+        store_molecules(store, expansion, options.bond_scale, explicit_bonds, use_radii, report);
+    if (table.present && use_radii)
+        warn_bonds_not_listed(block, sites, expansion, molecules.bonds, report);
     store_texts(store, block, name, symmetry);
 
     CrystalInfo info;
@@ -114,6 +138,9 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     info.formulas = molecules.formulas;
     info.disorder_left_out = disorder.left_out;
     info.disorder_left_out_sites = labels_left_out(sites, disorder);
+    info.bonds = molecules.bonds;
+    info.table_bonds = table.added;
+    info.metal_bonds = metal_bonds;
     info.warnings = report.warnings();
     for (const CellAtom& atom : expansion.atoms) {
         info.atom_labels.push_back(sites[atom.site].label);

@@ -23,6 +23,9 @@ using gemmi::Op;
 constexpr std::size_t kMaxTripletLength = 120;
 constexpr std::size_t kMaxIntegerDigits = 4;
 constexpr std::size_t kMaxDecimalLength = 20;
+// Decimals are bounded like the integers (at most four digits before the point), so that
+// their value in 24ths always fits an int.
+constexpr double kMaxDecimalValue = 9999.0;
 // The longest Hall symbols of the tables have about 25 characters.
 constexpr std::size_t kMaxHallLength = 80;
 // A decimal is taken as k/24 when it lies this close (in units of 1/24) to it: 0.3333 and
@@ -205,7 +208,12 @@ bool normalise_triplet(const std::string& text, std::string* out, std::string* p
             *problem = "number " + number + " cannot be read";
             return false;
         }
-        const double in_24ths = std::strtod(number.c_str(), nullptr) * Op::DEN;
+        const double value = std::strtod(number.c_str(), nullptr);
+        if (!(value <= kMaxDecimalValue)) {
+            *problem = "decimal " + number + " is out of range";
+            return false;
+        }
+        const double in_24ths = value * Op::DEN;
         const double k = std::round(in_24ths);
         if (std::fabs(in_24ths - k) > kDecimalTolerance) {
             *problem = "decimal " + number + " is not a multiple of 1/24";

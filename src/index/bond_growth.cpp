@@ -98,9 +98,17 @@ std::unique_ptr<CellBins> bin_atoms(const BondRule& rule, int natoms, const doub
     return std::make_unique<CellBins>(x, binned, reach, rule.image != ImageRule::kCartesian);
 }
 
+// An explicit bond seen from one of its atoms: the other atom and the shift that brings it
+// next to this one.
+struct ExplicitPartner {
+    int atom;
+    int shift[3];
+};
+
 class Growth {
    public:
-    Growth(const BondRule& rule, int natoms, double* x, const double* radius)
+    Growth(const BondRule& rule, int natoms, double* x, const double* radius,
+           const std::vector<ExplicitBond>* explicit_bonds = nullptr)
         : rule_(rule),
           n_(natoms),
           x_(x),
@@ -110,6 +118,18 @@ class Growth {
           partner_(natoms, -1) {
         bins_ = bin_atoms(rule_, n_, x_, radius_, &wide_atoms_);
         for (int a : wide_atoms_) wide_[a] = 1;
+        if (explicit_bonds && !explicit_bonds->empty()) {
+            explicit_.resize(natoms);
+            explicit_shift_.assign(3 * static_cast<std::size_t>(natoms), 0);
+            by_explicit_.assign(natoms, 0);
+            original_.assign(x, x + 3 * static_cast<std::size_t>(natoms));
+            for (const ExplicitBond& bond : *explicit_bonds) {
+                if (bond.a < 0 || bond.b < 0 || bond.a >= natoms || bond.b >= natoms) continue;
+                explicit_[bond.a].push_back({bond.b, {bond.shift[0], bond.shift[1], bond.shift[2]}});
+                explicit_[bond.b].push_back(
+                    {bond.a, {-bond.shift[0], -bond.shift[1], -bond.shift[2]}});
+            }
+        }
     }
 
     // Places seed and then, lowest index first, every atom bonded to the component.
@@ -118,7 +138,10 @@ class Growth {
         while (!queue_.empty()) {
             const int c = queue_.top();
             queue_.pop();
-            if (moves_atoms(rule_.image)) move_next_to(c, partner_[c]);
+            if (!by_explicit_.empty() && by_explicit_[c])
+                move_by_explicit_bond(c, partner_[c]);
+            else if (moves_atoms(rule_.image))
+                move_next_to(c, partner_[c]);
             place(c, order);
         }
     }
@@ -160,16 +183,45 @@ class Growth {
         }
     }
 
+    // c joins m's side of an explicit bond: c sits where the bond's shift puts it relative
+    // to m as m now lies (m has moved by whole cells since the growth began).
+    void move_by_explicit_bond(int c, int m) {
+        if (!moves_atoms(rule_.image)) return;
+        for (int k = 0; k < 3; ++k) {
+            const double moved = std::nearbyint(x_[3 * m + k] - original_[3 * m + k]);
+            const double shift = moved + explicit_shift_[3 * c + k];
+            if (shift != 0.0) x_[3 * c + k] += shift;
+        }
+    }
+
     void consider(int c, int m) {
         if (placed_[c] || partner_[c] >= 0) return;  // a queued atom keeps its earliest partner
-        if (!bonded(c, m)) return;
+        if (!rule_.use_radii || !bonded(c, m)) return;
         partner_[c] = m;
+        queue_.push(c);
+    }
+
+    void consider_explicit(const ExplicitPartner& p, int m) {
+        const int c = p.atom;
+        if (placed_[c] || partner_[c] >= 0) return;
+        partner_[c] = m;
+        by_explicit_[c] = 1;
+        for (int k = 0; k < 3; ++k) explicit_shift_[3 * c + k] = p.shift[k];
         queue_.push(c);
     }
 
     void place(int m, std::vector<int>* order) {
         placed_[m] = 1;
         order->push_back(m);
+        if (!explicit_.empty()) {
+            if (rule_.use_radii) consider_by_radius(m);
+            for (const ExplicitPartner& p : explicit_[m]) consider_explicit(p, m);
+            return;
+        }
+        consider_by_radius(m);
+    }
+
+    void consider_by_radius(int m) {
         if (wide_[m]) {
             for (int c = 0; c < n_; ++c) consider(c, m);
             return;
@@ -190,15 +242,22 @@ class Growth {
     std::unique_ptr<CellBins> bins_;
     std::vector<char> placed_;
     std::vector<int> partner_;  // earliest-placed member bonded to a queued atom
+    // Explicit bonds per atom, and for a queued atom joined through one its shift (empty
+    // without explicit bonds). original_ holds the positions as given.
+    std::vector<std::vector<ExplicitPartner>> explicit_;
+    std::vector<int> explicit_shift_;
+    std::vector<char> by_explicit_;
+    std::vector<double> original_;
     std::priority_queue<int, std::vector<int>, std::greater<int>> queue_;
 };
 
 }  // namespace
 
 void grow_components(const BondRule& rule, int natoms, double* x_s, const double* radius,
-                     std::vector<int>* sizes, std::vector<int>* order) {
+                     std::vector<int>* sizes, std::vector<int>* order,
+                     const std::vector<ExplicitBond>* explicit_bonds) {
     if (natoms < 1) return;
-    Growth growth(rule, natoms, x_s, radius);
+    Growth growth(rule, natoms, x_s, radius, explicit_bonds);
     int seed = 0;
     while (true) {
         while (seed < natoms && growth.placed(seed)) ++seed;
@@ -252,6 +311,34 @@ std::vector<char> components_bonded_to_own_image(const BondRule& rule, int natom
     for (int a : wide)
         for (int b = 0; b < natoms; ++b) check(std::min(a, b), std::max(a, b));
     return periodic;
+}
+
+std::vector<std::pair<int, int>> radius_bonded_pairs(const BondRule& rule, int natoms,
+                                                     const double* x_s, const double* radius) {
+    std::vector<std::pair<int, int>> pairs;
+    if (natoms < 1 || !rule.use_radii) return pairs;
+    std::vector<int> wide;
+    const std::unique_ptr<CellBins> bins = bin_atoms(rule, natoms, x_s, radius, &wide);
+    std::vector<char> is_wide(natoms, 0);
+    for (int a : wide) is_wide[a] = 1;
+    const auto check = [&](int a, int b) {
+        double t[3];
+        const double d = minimum_image(rule.latt, x_s + 3 * a, x_s + 3 * b, t);
+        if ((radius[a] + radius[b]) * rule.bond_scale > d) pairs.emplace_back(a, b);
+    };
+    for (int a = 0; a < natoms; ++a) {
+        if (is_wide[a]) continue;
+        bins->for_each_near(x_s + 3 * a, [&](int b) {
+            if (b > a && !is_wide[b]) check(a, b);
+            return true;
+        });
+    }
+    for (int a : wide)
+        for (int b = 0; b < natoms; ++b)
+            if (b != a && (!is_wide[b] || b > a)) check(std::min(a, b), std::max(a, b));
+    std::sort(pairs.begin(), pairs.end());
+    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
+    return pairs;
 }
 
 }  // namespace fileio_detail

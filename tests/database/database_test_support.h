@@ -10,7 +10,9 @@
 #include <cmath>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "element_rows.h"
@@ -63,13 +65,19 @@ inline std::string warnings_of(const teska::CrystalInfo& info) {
 }
 
 // Every molecule not bonded to its own image is one bonded piece as placed (bonding radii
-// times the bond scale, no periodic images) with its centre of mass in [0,1); a periodic one
-// lies in the cell; together they hold every atom of the cell once.
+// times the bond scale, no periodic images; or a bond the reader reports, the file's table
+// or a metal-ligand contact, placed within kLongestBond) with its centre of mass in [0,1); a
+// periodic one lies in the cell; together they hold every atom of the cell once.
+constexpr double kLongestBond = 3.5;
+
 inline void expect_whole_molecules(const FileIO& store, const teska::CrystalInfo& info) {
     ASSERT_EQ(store.nmols, info.molecules);
     ASSERT_EQ(static_cast<int>(info.periodic.size()), store.nmols);
+    const std::set<std::pair<int, int>> reported(info.bonds.begin(), info.bonds.end());
+    const bool mapped = store.mol_atom_list.size() == static_cast<std::size_t>(store.natoms_cif);
     int atoms = 0;
-    for (int m = 0; m < store.nmols; ++m) {
+    std::size_t first = 0;
+    for (int m = 0; m < store.nmols; ++m, first += static_cast<std::size_t>(store.mol_natoms[m - 1])) {
         const int n = store.mol_natoms[m];
         atoms += n;
         const double* x = store.mol_x[m];
@@ -94,7 +102,12 @@ inline void expect_whole_molecules(const FileIO& store, const teska::CrystalInfo
                 const double limit = (nw_elem_radius_m[store.mol_atypes[m][i]] +
                                       nw_elem_radius_m[store.mol_atypes[m][j]]) *
                                      store.bond_scale;
-                if (d < limit) {
+                bool listed = false;
+                if (mapped && d < kLongestBond) {
+                    const int a = store.mol_atom_list[first + i], b = store.mol_atom_list[first + j];
+                    listed = reported.count({std::min(a, b), std::max(a, b)}) > 0;
+                }
+                if (d < limit || listed) {
                     reached[j] = 1;
                     stack.push_back(j);
                 }

@@ -65,6 +65,8 @@ TEST(GrammarRepairs, EachBreakageReadsWithAWarningThatNamesItsLine) {
         {"tag_without_value.cif", ":2: tag _journal_name_full has no value"},
         {"duplicate_tag.cif",
          ":8: tag _cell_length_a given again (first at line 2); the first is used"},
+        {"items_before_heading.cif",
+         ":3: data items before any data_ heading: read as the block items_before_heading"},
     };
     for (const Repair& repair : repairs) {
         SCOPED_TRACE(repair.file);
@@ -79,6 +81,8 @@ TEST(GrammarRepairs, RepairedValuesAreRead) {
     EXPECT_EQ(read("unclosed_quote.cif").store->identifier, "ethyne dinitrogen");
     EXPECT_EQ(read("token_after_name.cif").info.block, "token_after_name");
     EXPECT_DOUBLE_EQ(read("duplicate_tag.cif").info.cell[0], 10.0);
+    EXPECT_EQ(read("items_before_heading.cif").info.block, "items_before_heading");
+    EXPECT_EQ(read("items_before_heading.cif").store->identifier, "ethyne dinitrogen");
 }
 
 struct Broken {
@@ -93,6 +97,20 @@ const char* const kCrystal =
     "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n_atom_site_fract_z\n"
     "N1 0.555 0.5 0.5\n";
 
+// Items first, then a block: the items are a block of their own (whose warning is not the
+// other block's), the stray text before them is ignored as before.
+TEST(GrammarRepairs, ItemsBeforeTheFirstHeadingAreABlockOfTheirOwn) {
+    const std::string text = std::string("exported\n_journal_year 2001\ndata_x\n") + kCrystal;
+    const database_test::Read r = read_text(text);
+    EXPECT_EQ(r.info.block, "x");
+    EXPECT_TRUE(database_test::has_warning(r.info, "test.cif:1: text before the first data block"));
+    EXPECT_FALSE(database_test::has_warning(r.info, "data items before any data_ heading"));
+    const database_test::Read alone = read_text(std::string("_journal_year 2001\n") + kCrystal);
+    EXPECT_EQ(alone.info.block, "test");
+    EXPECT_EQ(alone.info.warnings.at(0),
+              "test.cif:1: data items before any data_ heading: read as the block test");
+}
+
 TEST(GrammarErrors, OtherBreakagesAreErrorsWithTheirPosition) {
     const std::string body = kCrystal;
     const Broken cases[] = {
@@ -100,7 +118,9 @@ TEST(GrammarErrors, OtherBreakagesAreErrorsWithTheirPosition) {
          ":8:1: Wrong number of values in the loop"},
         {"a text field never closed", "data_x\n_publ_section_comment\n;\nno end\n",
          ":5:1: unterminated text field (opened at line 3)"},
-        {"no data block at all", "_cell_length_a 10\n", ":1:1: expected block header (data_)"},
+        {"no data block at all", "cell 10\n", ":1:1: expected block header (data_)"},
+        {"items without a heading or atoms", "_cell_length_a 10\n",
+         ": no data block holds atom sites (_atom_site_fract_x or _atom_site_Cartn_x)"},
         {"nothing but comments", "# empty\n", ": no data block (data_) in the file"},
         {"a data block without atoms", "data_x\n_cell_length_a 10\n",
          ": no data block holds atom sites (_atom_site_fract_x or _atom_site_Cartn_x)"},

@@ -51,6 +51,9 @@ TEST(Triplets, UnreadableOperationsSayWhy) {
         {"x,x,z", "the rotation does not have determinant 1 or -1"},
         {"1/2*x,y,z", "the rotation is not an integer matrix"},
         {"x..5,y,z", "number ..5 cannot be read"},
+        // A whole number written with a point is a decimal: bounded before it is put in 24ths.
+        {"x+4014124049.,y,z", "decimal 4014124049. is out of range"},
+        {"x,y-10000.5,z", "decimal 10000.5 is out of range"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.first);

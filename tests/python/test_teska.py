@@ -177,6 +177,19 @@ class ReadingTest(TempDir):
         self.assertTrue(np.any(np.isclose(second.fractional[:, 2], 0.62045)))
         self.assertFalse(np.any(np.isclose(major.fractional[:, 2], 0.62045)))
 
+    def test_bond_sources(self):
+        # Fe-O 2.13 A, beyond the radii: the author's bond table keeps the aqua complex whole.
+        path = os.path.join(DATA, "database", "hexaaqua_iron_bond_table.cif")
+        both, radii = teska.read(path), teska.read(path, bonds="radii", metal_bonds=False)
+        self.assertEqual([m.formula for m in both.molecules], ["FeH12O6"])
+        self.assertEqual((both.table_bonds, both.molecules[0].bonds.shape), (6, (18, 2)))
+        self.assertEqual(sorted(m.formula for m in radii.molecules), ["Fe"] + ["H2O"] * 6)
+        with self.assertRaises(teska.Error):
+            teska.read(path, bonds="table")
+        # Without the table, the metal-ligand rule joins the six Fe-O bonds.
+        metal = teska.read(path, bonds="radii")
+        self.assertEqual(([m.formula for m in metal.molecules], metal.metal_bonds), (["FeH12O6"], 6))
+
     def test_strict_reader_matches_cif2pdb(self):
         pdb = os.path.join(self.tmp, "n.pdb")
         subprocess.run([CIF2PDB_EXE, NAPHTHALENE, pdb], check=True, capture_output=True)
@@ -284,6 +297,25 @@ class WritingTest(TempDir):
             teska.read(NAPHTHALENE).write(os.path.join(self.tmp, "absent", "n.pdb"))
 
 
+@unittest.skipIf(ase is None, "ASE is not installed")
+class AseTest(TempDir):
+    def test_to_ase_round_trip(self):
+        crystal = teska.read(shared("ocelot_meept_pf6.cif"))
+        atoms = crystal.to_ase()
+        self.assertIsInstance(atoms, ase.Atoms)
+        self.assertEqual(len(atoms), len(crystal))
+        np.testing.assert_array_equal(atoms.numbers, crystal.numbers)
+        np.testing.assert_allclose(atoms.positions, crystal.positions)
+        np.testing.assert_allclose(atoms.cell.array, crystal.lattice)
+        self.assertTrue(all(atoms.pbc))
+        np.testing.assert_array_equal(atoms.arrays["molecule"], crystal.molecule_index)
+        # Through ASE's own CIF writer and back: the same molecules.
+        path = os.path.join(self.tmp, "ase.cif")
+        ase.io.write(path, atoms)
+        again = teska.read(path)
+        self.assertEqual(sorted(m.formula for m in again.molecules), sorted(m.formula for m in crystal.molecules))
+
+
 class DimersTest(unittest.TestCase):
     # Naphthalene, P2_1/c, b = 6.003 and c = 8.235 at right angles, molecules on the inversion
     # centres (0, 0, 0) and (0, 1/2, 1/2): the edge-to-face pair half the b + c diagonal apart,
@@ -323,25 +355,6 @@ class DimersTest(unittest.TestCase):
         bare = teska.read_string("1\n\nC 0 0 0\n", format="xyz")
         with self.assertRaises(teska.Error):
             bare.dimers()
-
-
-@unittest.skipIf(ase is None, "ASE is not installed")
-class AseTest(TempDir):
-    def test_to_ase_round_trip(self):
-        crystal = teska.read(shared("ocelot_meept_pf6.cif"))
-        atoms = crystal.to_ase()
-        self.assertIsInstance(atoms, ase.Atoms)
-        self.assertEqual(len(atoms), len(crystal))
-        np.testing.assert_array_equal(atoms.numbers, crystal.numbers)
-        np.testing.assert_allclose(atoms.positions, crystal.positions)
-        np.testing.assert_allclose(atoms.cell.array, crystal.lattice)
-        self.assertTrue(all(atoms.pbc))
-        np.testing.assert_array_equal(atoms.arrays["molecule"], crystal.molecule_index)
-        # Through ASE's own CIF writer and back: the same molecules.
-        path = os.path.join(self.tmp, "ase.cif")
-        ase.io.write(path, atoms)
-        again = teska.read(path)
-        self.assertEqual(sorted(m.formula for m in again.molecules), sorted(m.formula for m in crystal.molecules))
 
 
 class ModuleTest(unittest.TestCase):

@@ -87,6 +87,24 @@ TEST(Info, ADeviceIsNoInput) {
     EXPECT_NE(run.err.find("/dev/zero: is a device, not a file\n"), std::string::npos) << run.err;
 }
 
+// --bonds chooses where the bonds come from; the info says what the file's table added.
+TEST(Info, BondSourcesAndTheTablesBonds) {
+    ScratchDir dir;
+    const std::string file = test_data("database/hexaaqua_iron_bond_table.cif");
+    const auto both = run_teska({"info", file}, dir.path());
+    EXPECT_EQ(both.status, 0) << both.err;
+    EXPECT_NE(both.out.find("  molecules         1: FeH12O6 x1\n"), std::string::npos) << both.out;
+    EXPECT_NE(both.out.find("  bond table        6 bonds added beyond the radii\n"),
+              std::string::npos);
+    const auto radii =
+        run_teska({"info", file, "--bonds", "radii", "--no-metal-bonds", "--json"}, dir.path());
+    EXPECT_NE(radii.out.find("\"table_bonds\": 0"), std::string::npos) << radii.out;
+    EXPECT_NE(radii.out.find("\"molecules\": 7"), std::string::npos) << radii.out;
+    EXPECT_EQ(run_teska({"info", file, "--bonds", "table"}, dir.path()).status, 2);
+    const auto metal = run_teska({"info", file, "--bonds", "radii", "--json"}, dir.path());
+    EXPECT_NE(metal.out.find("\"metal_bonds\": 6"), std::string::npos) << metal.out;
+}
+
 // A molfile becomes a crystal with --cell; an XYZ file without one has no cell, and its two
 // molecules are the bonded pieces as placed; a PDB file brings its cell.
 TEST(Info, MoleculeFilesWithAndWithoutACell) {
