@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "convert_job.h"
+#include "described_batch.h"
 #include "failure.h"
 #include "json.h"
 #include "report.h"
@@ -81,15 +82,6 @@ std::string dimers_json(const std::string& input, const DimerSet& set, const Job
         .add("classes", classes + (set.classes.empty() ? "]" : "\n      ]"))
         .add("outputs", json_string_array(described.outputs))
         .add("warnings", json_string_array(described.warnings));
-    return o.text(4);
-}
-
-std::string failed_json(const std::string& input, const JobResult& result) {
-    JsonObject o;
-    o.add_string("file", input)
-        .add_string("status", status_name(result.status))
-        .add_string("error", result.error)
-        .add("warnings", json_string_array(result.warnings));
     return o.text(4);
 }
 
@@ -247,43 +239,9 @@ int DimersCommand::run() {
     job.inputs.charges = charges_of(charges_);
     job.svg = svg_;
     job.json = json_;
-    const std::vector<std::string> inputs = inputs_of_this_run(batch_);
     job.svg_per_input = batch_.inputs.size() > 1 || !batch_.files_from.empty();
-    ReportFile report(batch_.report);
-    std::vector<BatchItem> items;
-    for (const std::string& input : inputs) items.push_back({input, {}});
-
-    Progress progress(items.size(), progress_wanted());
-    Tally tally;
-    if (json_) std::fputs("[", stdout);
-    const auto work = [&](std::size_t i) { return dimers_input(inputs[i], job); };
-    const auto commit = [&](std::size_t i, const JobResult& result) {
-        std::string messages;
-        for (const std::string& warning : result.warnings) messages += warning + "\n";
-        if (!result.error.empty()) messages += result.error + "\n";
-        progress.print_above(messages);
-        if (json_) {
-            const std::string object =
-                result.status == Status::kOk ? result.json : failed_json(inputs[i], result);
-            std::fputs((i == 0 ? "\n  " : ",\n  "), stdout);
-            std::fputs(object.c_str(), stdout);
-        } else if (result.status == Status::kOk) {
-            progress.clear();
-            std::fputs(result.text.c_str(), stdout);
-            std::fflush(stdout);
-        }
-        report.add(inputs[i], result);
-        tally.add(result.status);
-    };
-    const bool completed = run_batch(items, work, commit, batch_settings_of(batch_), progress);
-    if (json_) std::fputs("\n]\n", stdout);
-    std::fflush(stdout);
-    const bool report_written = report.finish();
-    std::fputs(summary_line(tally, "searched", progress.elapsed_seconds()).c_str(), stderr);
-    if (!report_written)
-        std::fprintf(stderr, "teska: %s: cannot write the report\n", batch_.report.c_str());
-    if (!completed) return 1;
-    return tally.failed > 0 || !report_written ? 1 : 0;
+    return run_described_batch(batch_, json_, "searched",
+                               [&](const std::string& input) { return dimers_input(input, job); });
 }
 
 }  // namespace teska::cli
