@@ -192,6 +192,17 @@ void bind_molecule(py::module_& m) {
             },
             "Bonded pairs of atoms of the molecule (indices within it, a < b), n x 2 int64.")
         .def_property_readonly(
+            "added_bonds",
+            [](const MoleculeView& v) {
+                const teska::AddedBonds added = v.crystal.added_bonds(v.index);
+                py::dict counts;
+                counts["table"] = added.table;
+                counts["metal"] = added.metal;
+                return counts;
+            },
+            "Of its bonds, those the file's bond table and the metal-ligand rule added beyond "
+            "the radii: {'table': n, 'metal': n}.")
+        .def_property_readonly(
             "species",
             [](const MoleculeView& v) {
                 return v.crystal.molecule_species()[static_cast<std::size_t>(v.index)];

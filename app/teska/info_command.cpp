@@ -55,6 +55,43 @@ int bond_count(const Crystal& c) {
 }
 
 // The JSON object of one input read (the keys are listed in the README).
+// Where each molecule's bonds came from, when the file's table or the metal rule added any:
+// one object per molecule, in molecule order.
+std::string added_bonds_json(const Crystal& c) {
+    std::vector<std::string> rows;
+    bool any = false;
+    for (std::size_t m = 0; m < c.molecules().size(); ++m) {
+        const AddedBonds added = c.added_bonds(static_cast<int>(m));
+        any = any || added.table > 0 || added.metal > 0;
+        rows.push_back("{\"bonds\": " + std::to_string(c.bonds(static_cast<int>(m)).size()) +
+                       ", \"table\": " + std::to_string(added.table) +
+                       ", \"metal\": " + std::to_string(added.metal) + "}");
+    }
+    if (!any) return "[]";
+    std::string text = "[";
+    for (std::size_t k = 0; k < rows.size(); ++k) text += (k ? ", " : "") + rows[k];
+    return text + "]";
+}
+
+// ": in molecule 1 (FeH12O6) 6 of 18, ..." for the molecules the source added bonds to.
+std::string added_bonds_text(const Crystal& c, int AddedBonds::*source) {
+    std::string text;
+    int listed = 0, more = 0;
+    for (std::size_t m = 0; m < c.molecules().size(); ++m) {
+        const int added = c.added_bonds(static_cast<int>(m)).*source;
+        if (added == 0) continue;
+        if (listed == 4) {
+            ++more;
+            continue;
+        }
+        text += std::string(listed++ ? ", " : ": in molecule ") + std::to_string(m + 1) + " (" +
+                c.molecules()[m].formula + ") " + std::to_string(added) + " of " +
+                std::to_string(c.bonds(static_cast<int>(m)).size());
+    }
+    if (more > 0) text += " and " + std::to_string(more) + " more";
+    return text;
+}
+
 std::string info_json(const std::string& input, const Crystal& c,
                       const std::vector<std::string>& blocks, const JobResult& described) {
     std::vector<std::string> formulas;
@@ -89,6 +126,7 @@ std::string info_json(const std::string& input, const Crystal& c,
         .add_number("bonds", bond_count(c))
         .add_number("table_bonds", c.table_bonds())
         .add_number("metal_bonds", c.metal_bonds())
+        .add("molecule_added_bonds", added_bonds_json(c))
         .add("species", species_json(c))
         .add_number("unique_molecules", static_cast<double>(unique.size()))
         .add("unique_formulas", json_string_array(unique))
@@ -127,9 +165,12 @@ std::string info_text(const std::string& input, const Crystal& c, const JobResul
     row("unique molecules", std::to_string(unique.size()) +
                                 (unique.empty() ? "" : ": " + grouped_formulas(unique)));
     if (c.table_bonds() > 0)
-        row("bond table", std::to_string(c.table_bonds()) + " bonds added beyond the radii");
+        row("bond table", std::to_string(c.table_bonds()) + " bonds added beyond the radii" +
+                              added_bonds_text(c, &AddedBonds::table));
     if (c.metal_bonds() > 0)
-        row("metal bonds", std::to_string(c.metal_bonds()) + " metal-ligand bonds beyond the radii");
+        row("metal bonds", std::to_string(c.metal_bonds()) +
+                               " metal-ligand bonds beyond the radii" +
+                               added_bonds_text(c, &AddedBonds::metal));
     row("disorder", std::to_string(c.disorder_left_out()) + " sites left out");
     row("warnings", std::to_string(described.warnings.size()));
     return text;

@@ -37,6 +37,13 @@ struct Bond {
     int a, b;  // atom indices within the molecule, a < b
 };
 
+// Bonds of a molecule that the file's bond table, or the metal-ligand rule, added beyond
+// the radius test.
+struct AddedBonds {
+    int table = 0;
+    int metal = 0;
+};
+
 struct Molecule {
     int first_atom = 0;  // the molecule's atoms are first_atom .. first_atom + atom_count - 1
     int atom_count = 0;
@@ -105,6 +112,8 @@ class Crystal {
     // that built it; across the cell faces for a periodic one), sorted. For a CIF read by the
     // database reader, the bonds it built the molecules with (the file's table included).
     const std::vector<Bond>& bonds(int molecule) const;
+    // Of the molecule's bonds, those added beyond the radius test, by where they came from.
+    AddedBonds added_bonds(int molecule) const;
     // Bonds of the cell that the file's bond table added beyond the radius test.
     int table_bonds() const;
     // Metal-ligand bonds of the cell added beyond the radii where no bond table was used.

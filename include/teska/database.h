@@ -72,6 +72,10 @@ struct CrystalInfo {
     // The bonds the molecules were made with, as pairs of cell atoms (a < b, sorted), and how
     // many bonds of the cell the file's bond table added beyond the radii.
     std::vector<std::pair<int, int>> bonds;
+    // Per bond, where it came from: the bonding radii, the file's bond table or the
+    // metal-ligand rule.
+    enum class BondOrigin : char { kRadii, kTable, kMetal };
+    std::vector<BondOrigin> bond_origins;
     int table_bonds = 0;
     int metal_bonds = 0;  // metal-ligand bonds of the cell added beyond the radii
 };

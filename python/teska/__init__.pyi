@@ -45,6 +45,9 @@ class Molecule:
     def bonds(self) -> npt.NDArray[np.int64]:
         """Bonded pairs of atoms of the molecule (indices within it, a < b), n x 2 int64."""
     @property
+    def added_bonds(self) -> dict[str, int]:
+        """Of its bonds, those the file's bond table and the metal-ligand rule added beyond the radii: {'table': n, 'metal': n}."""
+    @property
     def species(self) -> int:
         """Index of its species in Crystal.species."""
     @property

@@ -38,6 +38,7 @@ struct Crystal::Data {
 
     std::once_flag bonds_once, species_once, unique_once;
     std::vector<std::vector<Bond>> bonds;
+    std::vector<AddedBonds> added_bonds;  // per molecule
     std::vector<Species> species;
     std::vector<int> molecule_species;
     std::vector<UniqueMolecule> unique;
@@ -263,7 +264,9 @@ void cell_bonds_by_molecule(Crystal::Data& d) {
             molecule_of[atom] = static_cast<int>(m);
             atom_of[atom] = k;
         }
-    for (const auto& pair : d.s.cell_bonds) {
+    d.added_bonds.assign(d.molecules.size(), AddedBonds{});
+    for (std::size_t n = 0; n < d.s.cell_bonds.size(); ++n) {
+        const auto& pair = d.s.cell_bonds[n];
         if (pair.first < 0 || pair.second < 0 || pair.first >= d.s.store.natoms_cif ||
             pair.second >= d.s.store.natoms_cif)
             continue;
@@ -271,6 +274,9 @@ void cell_bonds_by_molecule(Crystal::Data& d) {
         if (a < 0 || b < 0 || molecule_of[a] != molecule_of[b]) continue;
         const int i = atom_of[a], j = atom_of[b];
         d.bonds[molecule_of[a]].push_back(Bond{std::min(i, j), std::max(i, j)});
+        const char added = n < d.s.cell_bond_added.size() ? d.s.cell_bond_added[n] : 0;
+        if (added == 1) ++d.added_bonds[molecule_of[a]].table;
+        if (added == 2) ++d.added_bonds[molecule_of[a]].metal;
     }
     for (std::vector<Bond>& bonds : d.bonds) {
         std::sort(bonds.begin(), bonds.end(), [](const Bond& x, const Bond& y) {
@@ -283,6 +289,13 @@ void cell_bonds_by_molecule(Crystal::Data& d) {
 }
 
 }  // namespace
+
+AddedBonds Crystal::added_bonds(int molecule) const {
+    bonds(molecule);
+    const Data& d = *data_;
+    const std::size_t m = static_cast<std::size_t>(molecule);
+    return m < d.added_bonds.size() ? d.added_bonds[m] : AddedBonds{};
+}
 
 const std::vector<Bond>& Crystal::bonds(int molecule) const {
     Data& d = *data_;

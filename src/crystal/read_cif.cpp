@@ -160,6 +160,8 @@ void read_cif_with_database_reader(Structure& s, const std::string& path,
     s.bond_scale = options.bond_scale;
     s.has_cell_bonds = true;
     s.cell_bonds = std::move(info.bonds);
+    for (teska::CrystalInfo::BondOrigin origin : info.bond_origins)
+        s.cell_bond_added.push_back(static_cast<char>(origin));
     s.table_bonds = info.table_bonds;
     s.metal_bonds = info.metal_bonds;
 }

@@ -43,6 +43,7 @@ struct Structure {
     // bonds are then these.
     bool has_cell_bonds = false;
     std::vector<std::pair<int, int>> cell_bonds;
+    std::vector<char> cell_bond_added;  // per cell bond: 0 radii, 1 bond table, 2 metal rule
     int table_bonds = 0;  // bonds the file's bond table added
     int metal_bonds = 0;  // metal-ligand bonds added beyond the radii
 

@@ -170,9 +170,16 @@ struct DisorderChoice {
     std::vector<int> copy_set;  // per site: index of its negative group, -1 when none
     int negative_groups = 0;    // number of copy sets
     int left_out = 0;           // sites left out
+    // Disorder parts as labelled (group, assembly, and occupancy where no assembly is given):
+    std::vector<int> part;           // per site: its part, -1 when it has no group
+    std::vector<int> part_assembly;  // per part: the assembly whose parts alternate
+    std::vector<int> part_rank;      // per part: the order of its group among the groups
+    bool group_chosen = false;       // the caller chose a group: no part loses to its vacancy
 };
 
-// Which sites to keep under the option's disorder mode; one warning says what was left out.
+// Which sites to keep under the option's disorder mode, and the labelled parts. The major
+// mode keeps every site: which of the alternatives stays is chosen in the cell, by where the
+// atoms are (choose_alternatives). A chosen group is chosen here, with one warning.
 DisorderChoice choose_disorder(const std::vector<Site>& sites, const ReadOptions& options,
                                Report& report);
 
@@ -216,6 +223,42 @@ constexpr double kHydrogenClash = 1.1;
 // printed to two decimals, and riding hydrogens are rounded on their own.
 constexpr double kOccupancySumTolerance = 0.03;
 
+// One image of a site in the cell: the site under one operation, wrapped into [0, 1).
+struct SiteImage {
+    int site;
+    int op;
+    double frac[3];
+};
+
+// ----- Alternatives by position (alternatives.cpp) -----
+
+struct Alternatives {
+    std::vector<char> site_left_out;  // per site: no image of it stays
+    int atoms_left_out = 0;
+    int sets = 0;  // sets of overlapping alternatives among which a choice was made
+};
+
+// Disorder chosen by where the atoms are. The images of partial sites form pieces: a
+// labelled part under one operation, or unlabelled partial sites of one occupancy bonded
+// under one operation. Two pieces are alternatives when an atom of one lies closer to an
+// atom of the other than two atoms can be (the clash limits below), or when they are parts
+// of one assembly under one operation; images of one site on one position are one atom, and
+// two lone unlabelled sites on one position are a shared site, both left to the merging.
+// Of each set of alternatives the pieces are taken by occupancy (then group order, then
+// file order), each kept unless it overlaps one kept before; a set made of one labelled
+// part whose occupancies add up to less than one half loses to its vacancy. Marks the
+// images left out in removed. Fails on a pile of overlapping partial sites beyond any real
+// cell's.
+Alternatives choose_alternatives(const std::vector<Site>& sites, const DisorderChoice& disorder,
+                                 const std::vector<SiteImage>& images, const Lattice& lattice,
+                                 double bond_scale, std::vector<char>* removed,
+                                 const Report& report);
+
+// The limit below which a partial atom clashes with another atom (angstrom).
+double clash_limit(int element_a, int element_b);
+// Below this occupancy a site is partial.
+constexpr double kFullOccupancy = 0.999;
+
 struct CellAtom {
     int site;     // index into the sites
     int element;  // element row
@@ -229,6 +272,7 @@ struct Expansion {
     int clashes = 0;              // partial sites dropped for a clash
     int copies_dropped = 0;       // atoms of overlapping copies of negative groups
     int alternatives = 0;         // copies of a partial site left out as alternatives
+    Alternatives disorder;        // the alternatives chosen by position
 };
 
 // Applies every operation to every kept site (exact matrices, positions wrapped into [0,1)),
@@ -285,6 +329,7 @@ struct Molecules {
     std::vector<char> periodic;
     std::vector<std::string> formulas;
     std::vector<std::pair<int, int>> bonds;  // pairs of cell atoms, a < b, sorted
+    std::vector<char> explicit_only;         // per bond: 1 when the radius test does not give it
 };
 
 // Hill formula of element rows: C and H first when there is carbon, then alphabetical.

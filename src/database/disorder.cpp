@@ -1,8 +1,9 @@
-// The disorder choice, on the asymmetric unit: sites outside disorder groups stay; in each
-// disorder assembly one part stays (the major one, or the group the caller chose). Groups
-// given without an assembly are paired as refined: parts whose occupancies add up to one
-// belong together. Negative groups (disorder about a special position) stay whole here; the
-// expansion keeps one orientation of them.
+// Disorder parts on the asymmetric unit: the sites of one group and assembly; groups given
+// without an assembly are paired as refined (parts whose occupancies add up to one belong
+// together). A chosen group is chosen here, in each assembly (the major part where the group
+// is not in it); the major choice is made in the cell, by position. Negative groups (disorder
+// about a special position) stay whole here; the expansion keeps one orientation of them.
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -166,10 +167,24 @@ DisorderChoice choose_disorder(const std::vector<Site>& sites, const ReadOptions
 
     std::vector<Part> parts = collect_parts(sites);
     const int assemblies = assign_assemblies(parts);
+    choice.part.assign(n, -1);
+    std::vector<int> by_group(parts.size());
+    for (int p = 0; p < static_cast<int>(parts.size()); ++p) {
+        by_group[p] = p;
+        choice.part_assembly.push_back(parts[p].assembly_index);
+        for (int site : parts[p].sites) choice.part[site] = p;
+    }
+    std::stable_sort(by_group.begin(), by_group.end(), [&](int p, int q) {
+        return group_before(parts[p].group, parts[q].group);
+    });
+    choice.part_rank.assign(parts.size(), 0);
+    for (int r = 0; r < static_cast<int>(by_group.size()); ++r) choice.part_rank[by_group[r]] = r;
+    if (options.disorder != DisorderMode::kGroup) return choice;
+    choice.group_chosen = true;
+
     std::vector<std::vector<int>> members(assemblies);
     for (int p = 0; p < static_cast<int>(parts.size()); ++p)
         members[parts[p].assembly_index].push_back(p);
-
     std::vector<std::string> kept_groups;
     for (const std::vector<int>& assembly : members) {
         const int kept = chosen_part(parts, assembly, options);
@@ -180,15 +195,11 @@ DisorderChoice choose_disorder(const std::vector<Site>& sites, const ReadOptions
             choice.left_out += static_cast<int>(parts[p].sites.size());
         }
     }
-    if (choice.left_out > 0) {
-        const std::string rule = options.disorder == DisorderMode::kGroup
-                                     ? "group " + options.disorder_group + " chosen"
-                                     : "the major part kept";
-        report.warn(0, "disorder: " + rule + " in " +
+    if (choice.left_out > 0)
+        report.warn(0, "disorder: group " + options.disorder_group + " chosen in " +
                            count_of(assemblies, "assembly", "assemblies") + " (kept groups " +
                            join(kept_groups, ", ") + "); " +
                            count_of(choice.left_out, "site", "sites") + " left out");
-    }
     return choice;
 }
 

@@ -21,14 +21,7 @@ namespace {
 
 using gemmi::Op;
 
-// Below this occupancy a site is partial and may clash.
-constexpr double kFullOccupancy = 0.999;
-
-struct Image {
-    int site;
-    int op;
-    double frac[3];
-};
+using Image = SiteImage;
 
 double wrapped(double f) {
     const double w = f - std::floor(f);
@@ -118,11 +111,6 @@ int drop_overlapping_copies(const std::vector<Site>& sites, const DisorderChoice
     return dropped;
 }
 
-double clash_limit(int element_a, int element_b) {
-    if (element_a == 1 && element_b == 1) return kHydrogenClash;
-    return std::max(kMergeDistance, kClashFraction * (radius_of(element_a) + radius_of(element_b)));
-}
-
 // Labels "A into B" of merged or dropped sites, first few only.
 class LabelPairs {
    public:
@@ -207,6 +195,9 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
     Expansion cell;
     cell.copies_dropped =
         drop_overlapping_copies(sites, disorder, images, lattice, bond_scale, &removed);
+    if (!disorder.every_part)
+        cell.disorder = choose_alternatives(sites, disorder, images, lattice, bond_scale, &removed,
+                                            report);
 
     // Higher occupancy first, file order among equals: the atom kept is the one that wins.
     std::vector<int> order;
@@ -287,6 +278,20 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
                            " (about special positions): one orientation kept, " +
                            count_of(cell.copies_dropped, "atom", "atoms") +
                            " of symmetry copies that overlap or bond to it left out");
+    if (cell.disorder.atoms_left_out > 0) {
+        std::vector<std::string> labels;
+        for (std::size_t i = 0; i < sites.size(); ++i)
+            if (cell.disorder.site_left_out[i]) labels.push_back(sites[i].label);
+        if (labels.size() > 6) {
+            labels.resize(6);
+            labels.push_back("...");
+        }
+        report.warn(0, "disorder: the major alternative kept in " +
+                           count_of(cell.disorder.sets, "place", "places") + " of the cell, " +
+                           count_of(cell.disorder.atoms_left_out, "atom", "atoms") + " left out" +
+                           (labels.empty() ? std::string()
+                                           : " (every copy of " + join(labels, ", ") + ")"));
+    }
     if (cell.merged_sites > 0)
         report.warn(0, count_of(cell.merged_sites, "atom", "atoms") +
                            " of distinct sites on one position merged, the higher occupancy "
@@ -294,7 +299,7 @@ Expansion expand_sites(const std::vector<Site>& sites, const DisorderChoice& dis
                            merged_labels.text());
     if (cell.clashes > 0)
         report.warn(0, count_of(cell.clashes, "partial site", "partial sites") +
-                           " left out: they clash with atoms kept (" + clash_labels.text() + ")");
+                           " left out, each clashing with an atom kept (" + clash_labels.text() + ")");
     if (cell.alternatives > 0)
         report.warn(0, count_of(cell.alternatives, "copy", "copies") +
                            " of partial sites left out: each falls into one molecule with a "

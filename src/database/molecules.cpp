@@ -239,13 +239,20 @@ Molecules store_molecules(FileIO& store, const Expansion& cell, double bond_scal
                                 std::vector<double>(store.cif_x_s, store.cif_x_s + 3LL * n),
                                 placed, sizes, order, molecules.periodic);
     // The bonds used: the radius test's and the explicit ones, as pairs of cell atoms.
-    molecules.bonds = fileio_detail::radius_bonded_pairs(rule, n, store.cif_x_s, radius.data());
+    std::vector<std::pair<int, int>> by_radii;
+    if (use_radii)
+        by_radii = fileio_detail::radius_bonded_pairs(rule, n, store.cif_x_s, radius.data());
+    std::sort(by_radii.begin(), by_radii.end());
+    molecules.bonds = by_radii;
     for (const ExplicitBond& bond : explicit_bonds)
         if (bond.a != bond.b)
             molecules.bonds.emplace_back(std::min(bond.a, bond.b), std::max(bond.a, bond.b));
     std::sort(molecules.bonds.begin(), molecules.bonds.end());
     molecules.bonds.erase(std::unique(molecules.bonds.begin(), molecules.bonds.end()),
                           molecules.bonds.end());
+    for (const auto& bond : molecules.bonds)
+        molecules.explicit_only.push_back(
+            !std::binary_search(by_radii.begin(), by_radii.end(), bond));
 
     store.mol_natoms_list = sizes;
     store.mol_atom_list = order;

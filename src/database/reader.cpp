@@ -88,10 +88,15 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     if (sites.empty())
         report.fail(tag_line(block, "_atom_site_fract_x") + tag_line(block, "_atom_site_cartn_x"),
                     0, "no atoms: every atom site was left out");
-    const DisorderChoice disorder = choose_disorder(sites, options, report);
+    DisorderChoice disorder = choose_disorder(sites, options, report);
     const Lattice lattice(store.cell_latt3x3);
     const Expansion expansion = expand_sites(sites, disorder, symmetry.ops, lattice,
                                              options.bond_scale, options.max_cell_atoms, report);
+    for (std::size_t i = 0; i < expansion.disorder.site_left_out.size(); ++i) {
+        if (!expansion.disorder.site_left_out[i]) continue;
+        disorder.keep[i] = 0;
+        ++disorder.left_out;
+    }
     if (expansion.atoms.empty()) report.fail(0, 0, "no atoms left after the disorder choice");
     TableBonds table;
     if (options.bonds != BondSource::kRadii)
@@ -139,6 +144,12 @@ CrystalInfo read_block_stages(FileIO& store, gemmi::cif::Block& block, const std
     info.disorder_left_out = disorder.left_out;
     info.disorder_left_out_sites = labels_left_out(sites, disorder);
     info.bonds = molecules.bonds;
+    const CrystalInfo::BondOrigin explicit_origin = table.bonds.empty()
+                                                        ? CrystalInfo::BondOrigin::kMetal
+                                                        : CrystalInfo::BondOrigin::kTable;
+    for (char explicit_only : molecules.explicit_only)
+        info.bond_origins.push_back(explicit_only ? explicit_origin
+                                                  : CrystalInfo::BondOrigin::kRadii);
     info.table_bonds = table.added;
     info.metal_bonds = metal_bonds;
     info.warnings = report.warnings();

@@ -22,6 +22,7 @@ TEST(BondSources, TheModelsBondsAreTheReaders) {
     ASSERT_EQ(both.molecules().size(), 1u);
     EXPECT_EQ(both.molecules()[0].formula, "FeH12O6");
     EXPECT_EQ(both.table_bonds(), 6);
+    EXPECT_EQ(both.added_bonds(0).table, 6);
     // 6 Fe-O from the table beside the 12 O-H of the radii; the iron (atom 0) has all six.
     ASSERT_EQ(both.bonds(0).size(), 18u);
     int iron_bonds = 0;
@@ -47,6 +48,8 @@ TEST(BondSources, TheModelsBondsAreTheReaders) {
     const teska::Crystal metal = teska::Crystal::read(test_support::test_data(kAquaIron), radii);
     ASSERT_EQ(metal.molecules().size(), 1u);
     EXPECT_EQ(metal.metal_bonds(), 6);
+    EXPECT_EQ(metal.added_bonds(0).metal, 6);
+    EXPECT_EQ(metal.added_bonds(0).table, 0);
     EXPECT_EQ(metal.bonds(0).size(), 18u);
 }
 

@@ -22,8 +22,8 @@ TEST(Disorder, AssembliesKeepTheirMajorGroupTiesTheLowestNumber) {
     EXPECT_EQ(formula_counts(r.info), "2xCCl2");
     EXPECT_EQ(r.info.disorder_left_out, 2);
     EXPECT_EQ(r.info.warnings, Labels{database_test::data("disorder_assemblies.cif") +
-                                      ": disorder: the major part kept in 2 assemblies (kept "
-                                      "groups 1, 1); 2 sites left out"});
+                                      ": disorder: the major alternative kept in 2 places of "
+                                      "the cell, 2 atoms left out (every copy of Cl2B, Cl4B)"});
     database_test::expect_whole_molecules(*r.store, r.info);
 }
 
@@ -72,16 +72,46 @@ TEST(Disorder, ANegativeGroupKeepsOneOrientation) {
 TEST(Disorder, PartialSitesThatClashAreLeftOut) {
     const database_test::Read r = read("methyl_half_hydrogens.cif");
     EXPECT_EQ(formula_counts(r.info), "1xCH3Cl");
-    EXPECT_TRUE(left_out(r).empty());  // the sites stay; the clash is found in the cell
+    EXPECT_EQ(left_out(r), (Labels{"H1D", "H1E", "H1F"}));
 
     teska::ReadOptions every;
     every.disorder = teska::DisorderMode::kAll;
     EXPECT_EQ(formula_counts(read("methyl_half_hydrogens.cif", every).info), "1xCH6Cl");
     ASSERT_EQ(r.info.warnings.size(), 1u);
-    EXPECT_NE(
-        r.info.warnings[0].find(": 3 partial sites left out: they clash with atoms kept (H1D by "),
-        std::string::npos)
+    EXPECT_NE(r.info.warnings[0].find(": disorder: the major alternative kept in 1 place of the "
+                                      "cell, 3 atoms left out (every copy of H1D, H1E, H1F)"),
+              std::string::npos)
         << r.info.warnings[0];
+}
+
+// Alternatives found by where their atoms are, whatever their labels: each file's major
+// orientation whole, nothing of another left, every molecule there.
+TEST(Disorder, OverlappingAlternativesKeepOneOrientationWhole) {
+    struct Case {
+        const char* file;
+        int atoms;
+        const char* formulas;
+        Labels left_out;
+    };
+    const Case cases[] = {
+        // Two orientations at 0.25 about an inversion centre, each overlapping its inverted
+        // copy and the other: one guest of the four images, the host untouched.
+        {"guest_about_inversion.cif", 5, "1xCClN 1xN2", {"Cl2", "C2", "N2"}},
+        // C3A and C3B, alternatives in two assemblies, bond to C2 and to each other: the
+        // first group stays; H3B, bonded only to the C3B left out, goes with it.
+        {"side_chain_two_assemblies.cif", 4, "1xC3Cl", {"C3B", "H3B"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        const database_test::Read r = read(c.file);
+        EXPECT_EQ(r.info.atoms, c.atoms);
+        EXPECT_EQ(formula_counts(r.info), c.formulas);
+        EXPECT_EQ(left_out(r), c.left_out);
+        database_test::expect_whole_molecules(*r.store, r.info);
+    }
+    teska::ReadOptions every;
+    every.disorder = teska::DisorderMode::kAll;
+    EXPECT_EQ(formula_counts(read("side_chain_two_assemblies.cif", every).info), "1xC4HCl");
 }
 
 // Of two kept hydrogens that a half hydrogen clashes with, the warning names the last found:
@@ -96,8 +126,8 @@ TEST(Disorder, AClashNamesTheLastKeptAtomFound) {
         "_atom_site_fract_y\n_atom_site_fract_z\n_atom_site_occupancy\n"
         "H1A 0.20 0.1 0.1 1\nH1B 0.33 0.1 0.1 1\nH1P 0.26 0.1 0.1 0.5\n"
         "H2A 0.53 0.6 0.6 1\nH2B 0.66 0.6 0.6 1\nH2P 0.60 0.6 0.6 0.5\n");
-    EXPECT_EQ(r.info.warnings, Labels{"test.cif: 2 partial sites left out: they clash with "
-                                      "atoms kept (H1P by H1B, H2P by H2A)"});
+    EXPECT_EQ(r.info.warnings, Labels{"test.cif: 2 partial sites left out, each clashing "
+                                      "with an atom kept (H1P by H1B, H2P by H2A)"});
 }
 
 TEST(Disorder, SitesOnOnePositionAreOneAtomTheHigherOccupancyWinning) {

@@ -189,6 +189,8 @@ class ReadingTest(TempDir):
         # Without the table, the metal-ligand rule joins the six Fe-O bonds.
         metal = teska.read(path, bonds="radii")
         self.assertEqual(([m.formula for m in metal.molecules], metal.metal_bonds), (["FeH12O6"], 6))
+        self.assertEqual([both.molecules[0].added_bonds, metal.molecules[0].added_bonds],
+                         [{"table": 6, "metal": 0}, {"table": 0, "metal": 6}])
 
     def test_strict_reader_matches_cif2pdb(self):
         pdb = os.path.join(self.tmp, "n.pdb")

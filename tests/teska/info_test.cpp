@@ -94,8 +94,10 @@ TEST(Info, BondSourcesAndTheTablesBonds) {
     const auto both = run_teska({"info", file}, dir.path());
     EXPECT_EQ(both.status, 0) << both.err;
     EXPECT_NE(both.out.find("  molecules         1: FeH12O6 x1\n"), std::string::npos) << both.out;
-    EXPECT_NE(both.out.find("  bond table        6 bonds added beyond the radii\n"),
-              std::string::npos);
+    EXPECT_NE(both.out.find("  bond table        6 bonds added beyond the radii: in molecule 1 "
+                            "(FeH12O6) 6 of 18\n"),
+              std::string::npos)
+        << both.out;
     const auto radii =
         run_teska({"info", file, "--bonds", "radii", "--no-metal-bonds", "--json"}, dir.path());
     EXPECT_NE(radii.out.find("\"table_bonds\": 0"), std::string::npos) << radii.out;
@@ -103,6 +105,9 @@ TEST(Info, BondSourcesAndTheTablesBonds) {
     EXPECT_EQ(run_teska({"info", file, "--bonds", "table"}, dir.path()).status, 2);
     const auto metal = run_teska({"info", file, "--bonds", "radii", "--json"}, dir.path());
     EXPECT_NE(metal.out.find("\"metal_bonds\": 6"), std::string::npos) << metal.out;
+    EXPECT_NE(metal.out.find("\"molecule_added_bonds\": [{\"bonds\": 18, \"table\": 0, "
+                             "\"metal\": 6}]"),
+              std::string::npos);
 }
 
 // A molfile becomes a crystal with --cell; an XYZ file without one has no cell, and its two
