@@ -227,6 +227,8 @@ bool normalise_triplet(const std::string& text, std::string* out, std::string* p
 std::string hall_symbol_problem(const std::string& hall) {
     if (hall.size() > kMaxHallLength)
         return "longer than " + std::to_string(kMaxHallLength) + " characters";
+    // The parser reads a C string: what follows a NUL would be checked here but not parsed.
+    if (hall.find('\0') != std::string::npos) return "it holds a NUL character";
     for (std::size_t i = 0, run = 0; i < hall.size(); ++i) {
         run = std::isdigit(static_cast<unsigned char>(hall[i])) ? run + 1 : 0;
         if (run > kMaxIntegerDigits) return "a number has too many digits";

@@ -148,6 +148,8 @@ TEST(SymmetrySources, HallSymbolsTheParserCannotTakeAreRefusedFirst) {
     EXPECT_EQ(hall_symbol_problem("P 2 2\"x1"), "");  // the axis is given
     EXPECT_EQ(hall_symbol_problem("P 2 21"), "");     // x after a 2-fold
     EXPECT_EQ(hall_symbol_problem("P 31 (0 0 12345)"), "a number has too many digits");
+    // Found by fuzzing: an axis letter after a NUL hid the screw subscript before it.
+    EXPECT_EQ(hall_symbol_problem(std::string("-F 4 2\"3\0try", 12)), "it holds a NUL character");
     EXPECT_EQ(hall_symbol_problem("P 2 (x,x,z)"),
               "change of basis 'x,x,z': the rotation does not have determinant 1 or -1");
 
