@@ -1,7 +1,6 @@
 // The tool end to end: usage and switches; each fatal path a user can reach; the test crystals
 // (each says what it pins) and the bundled example against their goldens; every file of the
 // shared database folder to the outcome its reading gives (golden/database/outcomes.tsv).
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -25,7 +24,6 @@ using test_support::golden;
 using test_support::read_file;
 using test_support::run_cif2pdb;
 using test_support::ScratchDir;
-using test_support::shell_quote;
 using test_support::test_data;
 using test_support::write_file;
 
@@ -61,13 +59,10 @@ TEST(Driver, UsageNamesTheLastComponentOfTheInvocation) {
     ScratchDir dir;
     for (const auto& [argv0, name] : std::vector<std::pair<std::string, std::string>>{
              {"/usr/local/bin/tool", "tool"}, {"C:\\tools\\conv.exe", "conv.exe"}, {"cv", "cv"}}) {
-        const std::string command = "cd " + shell_quote(dir.path()) +
-                                    " && bash -c 'exec -a \"$0\" \"$1\"' " + shell_quote(argv0) +
-                                    " " + shell_quote(CIF2PDB_EXE) + " > out";
-        EXPECT_NE(std::system(command.c_str()), 0);
-        EXPECT_TRUE(
-            ends_with(read_file(dir.file("out")), "Usage: " + name + " input.cif [out.pdb]\n\n"))
-            << argv0;
+        const auto run = test_support::run_program(
+            "bash", {"-c", "exec -a \"$0\" \"$1\"", argv0, CIF2PDB_EXE}, dir.path());
+        EXPECT_NE(run.status, 0);
+        EXPECT_TRUE(ends_with(run.out, "Usage: " + name + " input.cif [out.pdb]\n\n")) << argv0;
     }
 }
 
@@ -103,9 +98,9 @@ class GoldenConversion : public testing::TestWithParam<std::string> {};
 // The quiet run names its output by the last "." of the whole path (run.1.2/x: run.1.pdb); in
 // the verbose one a switch in second place names the output and, prefix-matched, still counts.
 TEST_P(GoldenConversion, QuietAndVerboseRunsWriteTheExpectedFileAndReports) {
-    const std::string stem = GetParam(),
-                      input = stem == "naphthalene" ? std::string(EXAMPLES_DIR) + "/naphthalene.cif"
-                                                    : test_data("golden_inputs/" + stem + ".cif");
+    const std::string stem = GetParam(), input = stem == "naphthalene"
+                                                     ? test_support::example("naphthalene.cif")
+                                                     : test_data("golden_inputs/" + stem + ".cif");
     ScratchDir dir;
     test_support::make_dir(dir.file("run.1.2"));
     write_file(dir.file("run.1.2/" + stem), read_file(input));
@@ -161,19 +156,6 @@ bool bonded(const Atom& a, const Atom& b) {
     return std::hypot(b.x[0] - a.x[0], b.x[1] - a.x[1], b.x[2] - a.x[2]) < limit + kBondSlack;
 }
 
-std::size_t bonded_to_the_first(const std::vector<Atom>& atoms) {
-    std::vector<std::size_t> piece = {0};
-    std::vector<bool> in_piece(atoms.size(), false);
-    in_piece[0] = true;
-    for (std::size_t n = 0; n < piece.size(); ++n)
-        for (std::size_t j = 0; j < atoms.size(); ++j)
-            if (!in_piece[j] && bonded(atoms[piece[n]], atoms[j])) {
-                in_piece[j] = true;
-                piece.push_back(j);
-            }
-    return piece.size();
-}
-
 // Cartesian centre of mass; the plain average when no atom has a mass.
 void centre_of_mass(const std::vector<Atom>& atoms, double centre[3]) {
     double total = 0.0;
@@ -212,8 +194,12 @@ void expect_outcome(const std::string& file, const Outcome& c) {
     int number = 0, atoms_written = 0;
     for (const auto& [residue, atoms] : residues) {
         EXPECT_EQ(residue, ++number);
-        atoms_written += static_cast<int>(atoms.size());
-        EXPECT_EQ(bonded_to_the_first(atoms), atoms.size()) << "residue " << residue;
+        const int n = static_cast<int>(atoms.size());
+        atoms_written += n;
+        EXPECT_EQ(test_support::reached_from_first(
+                      n, [&](int i, int j) { return bonded(atoms[i], atoms[j]); }),
+                  n)
+            << "residue " << residue;
         centre_of_mass(atoms, centre);
         store.coord_c2f(centre, fraction);
         for (double f : fraction)
@@ -226,25 +212,13 @@ void expect_outcome(const std::string& file, const Outcome& c) {
 TEST(DatabaseFiles, EveryFileConvertsToTheOutcomeOfItsReading) {
     SKIP_WITHOUT_SHARED_CIFS();
     std::map<std::string, Outcome> outcomes;
-    std::istringstream table(read_file(golden("database/outcomes.tsv")));
-    for (std::string line, file; std::getline(table, line);) {
-        std::istringstream row(line);
-        Outcome o;
-        if (row >> file >> o.status >> o.atoms >> o.molecules) {
-            std::getline(row.ignore(), o.fatal_row, '\t');
-            outcomes[file] = o;
-        }
-    }
-    DIR* folder = opendir(SHARED_CIF_DIR);
-    ASSERT_NE(folder, nullptr);
-    for (dirent* entry; (entry = readdir(folder)) != nullptr;) {
-        const std::string name = entry->d_name;
-        if (!ends_with(name, ".cif")) continue;
+    for (const auto& f : test_support::tsv_rows(golden("database/outcomes.tsv")))
+        outcomes[f.at(0)] = {std::stoi(f.at(1)), std::stoi(f.at(2)), std::stoi(f.at(3)), f.at(4)};
+    for (const std::string& name : test_support::shared_cif_names()) {
         SCOPED_TRACE(name);
         ASSERT_EQ(outcomes.count(name), 1u) << "the file has no expected outcome";
         expect_outcome(name, outcomes.at(name));
     }
-    closedir(folder);
 }
 
 }  // namespace

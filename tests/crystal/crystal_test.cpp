@@ -1,6 +1,8 @@
 // The crystal model through its public header: atoms, molecules, bonds, species and unique
 // molecules of crystals whose answers are known, checked against literal references (every
 // pair of atoms for the bonds, every operation against every molecule for the unique ones).
+#include "teska/crystal.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,15 +12,20 @@
 #include <set>
 
 #include "species.h"
-#include "teska/crystal.h"
 #include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {
 
 using teska::Crystal;
+using test_support::example;
 
-std::string example(const std::string& name) { return std::string(EXAMPLES_DIR) + "/" + name; }
+// The labels of molecule m's atoms.
+std::multiset<std::string> labels_of(const Crystal& c, std::size_t m) {
+    const teska::Molecule& mol = c.molecules()[m];
+    return {c.labels().begin() + mol.first_atom,
+            c.labels().begin() + mol.first_atom + mol.atom_count};
+}
 
 // Every pair of the molecule tested: the reference the indexed bonds must equal, for molecules
 // that are whole (non-periodic) and made of known elements.
@@ -29,11 +36,11 @@ std::vector<std::pair<int, int>> all_pairs_bonded(const Crystal& c, const teska:
     for (int a = 0; a < m.atom_count; ++a)
         for (int b = a + 1; b < m.atom_count; ++b) {
             const int i = m.first_atom + a, j = m.first_atom + b;
-            double d2 = 0.0;
-            for (int k = 0; k < 3; ++k) d2 += std::pow(x[3 * j + k] - x[3 * i + k], 2);
             const double limit =
                 (nw_elem_radius_m[c.elements()[i]] + nw_elem_radius_m[c.elements()[j]]) * scale;
-            if (limit > std::sqrt(d2)) pairs.emplace_back(a, b);
+            if (limit > std::hypot(x[3 * j] - x[3 * i], x[3 * j + 1] - x[3 * i + 1],
+                                   x[3 * j + 2] - x[3 * i + 2]))
+                pairs.emplace_back(a, b);
         }
     return pairs;
 }
@@ -43,15 +50,11 @@ TEST(CrystalModel, NaphthaleneAtomsBondsLabelsSpeciesAndUniqueMolecules) {
     ASSERT_EQ(c.molecules().size(), 2u);
     EXPECT_EQ(c.atom_count(), 36);
     EXPECT_EQ(c.formula(), "C20H16");
-    EXPECT_EQ(c.positions().size(), 3u * 36);
-    EXPECT_EQ(c.fractional().size(), 3u * 36);
     // The molecule sits on an inversion centre: each of the 9 sites of the file twice.
-    for (const teska::Molecule& m : c.molecules()) {
-        EXPECT_EQ(m.formula, "C10H8");
-        std::multiset<std::string> labels(c.labels().begin() + m.first_atom,
-                                          c.labels().begin() + m.first_atom + m.atom_count);
+    for (std::size_t m = 0; m < 2; ++m) {
+        EXPECT_EQ(c.molecules()[m].formula, "C10H8");
         for (const char* label : {"C1", "C2", "C3", "C4", "C5", "H1", "H2", "H3", "H4"})
-            EXPECT_EQ(labels.count(label), 2u) << label;
+            EXPECT_EQ(labels_of(c, m).count(label), 2u) << label;
     }
     for (double occupancy : c.occupancies()) EXPECT_EQ(occupancy, 1.0);
     // Naphthalene: 11 C-C and 8 C-H bonds; every hydrogen has exactly one.
@@ -97,14 +100,7 @@ TEST(CrystalModel, StrictReaderGivesTheSameMoleculesAndBonds) {
     // The store's operations as read: one unique molecule, as with the database reader.
     EXPECT_EQ(store.unique_molecules().size(), 1u);
     // The store's images are traced back to their sites: the same labels in each molecule.
-    for (std::size_t m = 0; m < 2; ++m) {
-        const auto labels_of = [m](const Crystal& c) {
-            const teska::Molecule& mol = c.molecules()[m];
-            return std::multiset<std::string>(c.labels().begin() + mol.first_atom,
-                                              c.labels().begin() + mol.first_atom + mol.atom_count);
-        };
-        EXPECT_EQ(labels_of(store), labels_of(database));
-    }
+    for (std::size_t m = 0; m < 2; ++m) EXPECT_EQ(labels_of(store, m), labels_of(database, m));
 }
 
 TEST(CrystalModel, MoleculeFileWithoutCellAndErrorsNameTheFile) {
@@ -123,9 +119,8 @@ TEST(CrystalModel, MoleculeFileWithoutCellAndErrorsNameTheFile) {
     EXPECT_THROW(Crystal::read("/nonexistent/x.cif"), teska::Error);
 }
 
-// Species of a salt and of a cocrystal; unique molecules equal the literal search over every
-// operation and every earlier molecule.
-TEST(CrystalModel, SpeciesAndUniqueMoleculesOfSharedFiles) {
+// Species of a salt and of a cocrystal.
+TEST(CrystalModel, SpeciesOfASaltAndACocrystal) {
     SKIP_WITHOUT_SHARED_CIFS();
     struct Case {
         const char* file;
@@ -150,37 +145,13 @@ TEST(CrystalModel, SpeciesAndUniqueMoleculesOfSharedFiles) {
         }
         EXPECT_EQ(species, k.species);
         EXPECT_EQ(total, static_cast<int>(c.molecules().size()));
-        // Every molecule is the image of exactly one unique molecule; a unique molecule is no
-        // image of an earlier one under any operation (literal test on the centroids).
-        std::vector<int> covered(c.molecules().size(), 0);
-        for (const teska::UniqueMolecule& u : c.unique_molecules())
-            for (int m : u.images) ++covered[static_cast<std::size_t>(m)];
-        EXPECT_EQ(std::count(covered.begin(), covered.end(), 1),
-                  static_cast<long>(c.molecules().size()));
-        for (const teska::UniqueMolecule& u : c.unique_molecules())
-            for (std::size_t k2 = 0; k2 < u.images.size(); ++k2)
-                EXPECT_EQ(c.molecules()[static_cast<std::size_t>(u.images[k2])].formula,
-                          c.molecules()[static_cast<std::size_t>(u.molecule)].formula);
     }
 }
 
-TEST(CrystalModel, WritesEveryCellFormatAndReadsItBack) {
-    const Crystal c = Crystal::read(example("naphthalene.cif"));
-    test_support::ScratchDir dir;
-    for (teska::Format format : {teska::Format::kPdb, teska::Format::kCif, teska::Format::kXyz}) {
-        teska::WriteSettings settings;
-        settings.format = format;
-        const std::string path = dir.file(std::string("cell") + teska::traits(format).extension);
-        const std::vector<std::string> written = c.write(path, settings);
-        ASSERT_EQ(written, std::vector<std::string>{path});
-        if (format == teska::Format::kXyz) continue;  // no cell to read the molecules in
-        const Crystal back = Crystal::read(path);
-        EXPECT_EQ(back.atom_count(), 36);
-        EXPECT_EQ(back.molecules().size(), 2u);
-    }
-    teska::WriteSettings per_molecule;
-    per_molecule.format = teska::Format::kMol;
-    EXPECT_EQ(c.write(dir.file("m.mol"), per_molecule).size(), 2u);
+// The image of fractional coordinates f under an operation.
+void apply(const teska::SymmetryOperation& op, const double* f, double* out) {
+    for (int i = 0; i < 3; ++i)
+        out[i] = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] + op.t[i];
 }
 
 // The literal search for unique molecules: every earlier unique molecule, every operation,
@@ -198,21 +169,17 @@ std::vector<int> literal_unique(const Crystal& c) {
         return std::sqrt(sum);
     };
     const auto frac = [&](const teska::Molecule& m, int a) {
-        return &c.fractional()[3 * static_cast<std::size_t>(m.first_atom + a)];
+        return &c.fractional().at(3 * (m.first_atom + a));
     };
     std::vector<std::array<double, 3>> centroid(n, {0, 0, 0});
     std::vector<std::multiset<int>> composition(n);
     for (std::size_t m = 0; m < n; ++m) {
         const teska::Molecule& mol = c.molecules()[m];
         for (int a = 0; a < mol.atom_count; ++a) {
-            composition[m].insert(c.elements()[static_cast<std::size_t>(mol.first_atom + a)]);
+            composition[m].insert(c.elements().at(mol.first_atom + a));
             for (int d = 0; d < 3; ++d) centroid[m][d] += frac(mol, a)[d] / mol.atom_count;
         }
     }
-    const auto apply = [](const teska::SymmetryOperation& op, const double* f, double* out) {
-        for (int i = 0; i < 3; ++i)
-            out[i] = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] + op.t[i];
-    };
     const auto is_image = [&](std::size_t i, std::size_t j, const teska::SymmetryOperation& op) {
         if (composition[i] != composition[j]) return false;
         double centre[3], shift[3], df[3];
@@ -223,18 +190,17 @@ std::vector<int> literal_unique(const Crystal& c) {
         }
         if (!(length(df) < 0.1)) return false;
         const teska::Molecule &mi = c.molecules()[i], &mj = c.molecules()[j];
-        std::vector<char> used(static_cast<std::size_t>(mj.atom_count), 0);
+        std::vector<char> used(mj.atom_count, 0);
         for (int a = 0; a < mi.atom_count; ++a) {
             double image[3];
             apply(op, frac(mi, a), image);
             bool matched = false;
             for (int b = 0; b < mj.atom_count && !matched; ++b) {
-                if (used[static_cast<std::size_t>(b)] ||
-                    c.elements()[static_cast<std::size_t>(mj.first_atom + b)] !=
-                        c.elements()[static_cast<std::size_t>(mi.first_atom + a)])
+                if (used[b] ||
+                    c.elements().at(mj.first_atom + b) != c.elements().at(mi.first_atom + a))
                     continue;
                 for (int d = 0; d < 3; ++d) df[d] = image[d] + shift[d] - frac(mj, b)[d];
-                if (length(df) < 0.1) used[static_cast<std::size_t>(b)] = matched = true;
+                if (length(df) < 0.1) used[b] = matched = true;
             }
             if (!matched) return false;
         }
@@ -254,47 +220,40 @@ std::vector<int> literal_unique(const Crystal& c) {
 // the reader takes, and every image it lists is made by the operation it names.
 TEST(CrystalModel, UniqueMoleculesEqualTheLiteralSearch) {
     SKIP_WITHOUT_SHARED_CIFS();
-    const std::string manifest =
-        test_support::read_file(std::string(SHARED_CIF_DIR) + "/MANIFEST.tsv");
     int compared = 0;
-    for (std::size_t at = 0; at < manifest.size();) {
-        const std::size_t end = std::min(manifest.find('\n', at), manifest.size());
-        const std::string file = manifest.substr(at, manifest.find('\t', at) - at);
-        at = end + 1;
-        if (file.size() < 5 || file.compare(file.size() - 4, 4, ".cif") != 0) continue;
+    for (const std::string& file : test_support::shared_cif_names()) {
         std::unique_ptr<Crystal> c;
         try {
-            c = std::make_unique<Crystal>(Crystal::read(std::string(SHARED_CIF_DIR) + "/" + file));
+            c = std::make_unique<Crystal>(Crystal::read(test_support::shared_cif(file)));
         } catch (const teska::Error&) {
             continue;  // the reader refuses it: nothing to compare
         }
         SCOPED_TRACE(file);
+        // Every molecule is the image of exactly one unique molecule, of its formula.
+        std::vector<int> covered(c->molecules().size(), 0);
         std::vector<int> indexed;
         for (const teska::UniqueMolecule& u : c->unique_molecules()) {
             indexed.push_back(u.molecule);
             for (std::size_t k = 0; k < u.images.size(); ++k) {
                 ASSERT_GE(u.operations[k], 0);
-                const teska::SymmetryOperation& op =
-                    c->operations()[static_cast<std::size_t>(u.operations[k])];
-                const teska::Molecule& from = c->molecules()[static_cast<std::size_t>(u.molecule)];
-                const teska::Molecule& to = c->molecules()[static_cast<std::size_t>(u.images[k])];
+                const teska::SymmetryOperation& op = c->operations().at(u.operations[k]);
+                const teska::Molecule &from = c->molecules().at(u.molecule),
+                                      &to = c->molecules().at(u.images[k]);
+                ++covered.at(u.images[k]);
+                EXPECT_EQ(to.formula, from.formula);
                 // The first atom's image, moved by the shift, is an atom of the image molecule.
-                const double* f = &c->fractional()[3 * static_cast<std::size_t>(from.first_atom)];
-                double best = 1e9;
+                double image[3], best = 1e9;
+                apply(op, &c->fractional().at(3 * from.first_atom), image);
                 for (int b = 0; b < to.atom_count; ++b) {
-                    double d2 = 0.0;
-                    for (int i = 0; i < 3; ++i) {
-                        const double x = op.r[i][0] * f[0] + op.r[i][1] * f[1] + op.r[i][2] * f[2] +
-                                         op.t[i] + u.shifts[k][static_cast<std::size_t>(i)] -
-                                         c->fractional()[3 * static_cast<std::size_t>(to.first_atom + b) +
-                                                         static_cast<std::size_t>(i)];
-                        d2 += x * x;
-                    }
-                    best = std::min(best, d2);
+                    const double* g = &c->fractional().at(3 * (to.first_atom + b));
+                    best = std::min(best, std::hypot(image[0] + u.shifts[k][0] - g[0],
+                                                     image[1] + u.shifts[k][1] - g[1],
+                                                     image[2] + u.shifts[k][2] - g[2]));
                 }
-                EXPECT_LT(best, 1e-4) << "image " << u.images[k];
+                EXPECT_LT(best, 1e-2) << "image " << u.images[k];
             }
         }
+        EXPECT_EQ(covered, std::vector<int>(covered.size(), 1));
         std::sort(indexed.begin(), indexed.end());
         EXPECT_EQ(indexed, literal_unique(*c));
         ++compared;
@@ -314,15 +273,18 @@ TEST(CrystalModel, SpeciesFollowTheBondGraph) {
         {{0, 1}, {1, 3}, {3, 5}, {2, 3}, {3, 4}, {5, 6}, {5, 7}, {5, 8}}};
     const MoleculeGraph ether{{6, 8, 6, 1, 1, 1, 1, 1, 1},
                               {{0, 1}, {1, 2}, {0, 3}, {0, 4}, {0, 5}, {2, 6}, {2, 7}, {2, 8}}};
-    const MoleculeGraph hexagon{{6, 6, 6, 6, 6, 6}, {{0, 1}, {1, 2}, {2, 3}, {3, 4}, {4, 5}, {0, 5}}};
-    const MoleculeGraph triangles{{6, 6, 6, 6, 6, 6}, {{0, 1}, {1, 2}, {0, 2}, {3, 4}, {4, 5}, {3, 5}}};
+    const MoleculeGraph hexagon{{6, 6, 6, 6, 6, 6},
+                                {{0, 1}, {1, 2}, {2, 3}, {3, 4}, {4, 5}, {0, 5}}};
+    const MoleculeGraph triangles{{6, 6, 6, 6, 6, 6},
+                                  {{0, 1}, {1, 2}, {0, 2}, {3, 4}, {4, 5}, {3, 5}}};
     EXPECT_EQ(teska::crystal_detail::species_of(
                   {ethanol, ether, ethanol_reordered, hexagon, triangles, ether}),
               (std::vector<int>{0, 1, 0, 2, 3, 1}));
     const auto map = teska::crystal_detail::match_atoms(ethanol, ethanol_reordered);
     ASSERT_TRUE(map);
     for (const teska::Bond& b : ethanol.bonds) {
-        const int x = (*map)[static_cast<std::size_t>(b.a)], y = (*map)[static_cast<std::size_t>(b.b)];
+        const int x = (*map)[static_cast<std::size_t>(b.a)],
+                  y = (*map)[static_cast<std::size_t>(b.b)];
         const auto& other = ethanol_reordered.bonds;
         EXPECT_TRUE(std::any_of(other.begin(), other.end(), [&](const teska::Bond& o) {
             return (o.a == x && o.b == y) || (o.a == y && o.b == x);

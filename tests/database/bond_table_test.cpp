@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "database_test_support.h"
 
@@ -25,10 +26,21 @@ teska::ReadOptions with_bonds(teska::BondSource source, bool metal_bonds = true)
     return options;
 }
 
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    const std::size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    if (at != std::string::npos) text.replace(at, from.size(), to);
+// The file's text, and that text without its bond table.
+std::string file_text() { return test_support::read_file(database_test::data(kFile)); }
+std::string without_table() {
+    const std::string text = file_text();
+    return text.substr(0, text.find("loop_\n_geom_bond"));
+}
+
+// The text with each "from" replaced by its "to", every one of which must be there.
+std::string replaced(std::string text,
+                     std::initializer_list<std::pair<std::string, std::string>> edits) {
+    for (const auto& [from, to] : edits) {
+        const std::size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        if (at != std::string::npos) text.replace(at, from.size(), to);
+    }
     return text;
 }
 
@@ -44,23 +56,20 @@ TEST(BondTable, TheTableKeepsAnAquaComplexWhole) {
     // O1 atoms of the cell; the operations make O2' and O3' from O2 and O3).
     EXPECT_EQ(both.info.table_bonds, 6);
     EXPECT_EQ(both.info.bonds.size(), 18u);  // 6 Fe-O, 12 O-H
-    EXPECT_TRUE(has_warning(both.info, "4 bonds of the bond table longer than the bonding radii "
-                                       "allow, joined as the table lists them: Fe1-O1 2.130"))
-        << database_test::warnings_of(both.info);
+    EXPECT_TRUE(has_warning(both.info,
+                            "4 bonds of the bond table longer than the bonding radii "
+                            "allow, joined as the table lists them: Fe1-O1 2.130"));
     database_test::expect_whole_molecules(*both.store, both.info);
     // Each oxygen is placed next to the iron, in the image the code names.
     const FileIO& store = *both.store;
     ASSERT_EQ(store.nmols, 1);
+    const double* x = store.mol_x[0];
     int near_oxygens = 0;
-    for (int k = 0; k < store.mol_natoms[0]; ++k) {
-        if (store.mol_atypes[0][k] != 8) continue;
-        double d2 = 0.0;
-        for (int c = 0; c < 3; ++c) {
-            const double d = store.mol_x[0][3 * k + c] - store.mol_x[0][c];
-            d2 += d * d;
-        }
-        if (std::fabs(std::sqrt(d2) - 2.13) < 1e-6) ++near_oxygens;
-    }
+    for (int k = 0; k < store.mol_natoms[0]; ++k)
+        near_oxygens +=
+            store.mol_atypes[0][k] == 8 &&
+            std::fabs(std::hypot(x[3 * k] - x[0], x[3 * k + 1] - x[1], x[3 * k + 2] - x[2]) -
+                      2.13) < 1e-6;
     EXPECT_EQ(store.mol_atypes[0][0], 26);
     EXPECT_EQ(near_oxygens, 6);
 }
@@ -78,24 +87,22 @@ TEST(BondTable, TheTableAloneJoinsOnlyWhatItLists) {
 }
 
 TEST(BondTable, AWrongEntryIsAWarningAndJoinsNothing) {
-    std::string text = test_support::read_file(database_test::data(kFile));
-    text = replaced(text, "Fe1 O1 2.130(2) 1_455", "Fe1 O1 2.130(2) 1_555");
-    text = replaced(text, "Fe1 O1 2.130(2) 2_655", "Fe1 O1 2.130(2) 3_555");
-    text = replaced(text, "O1 H11 0.85 .", "O1 H13 0.85 .");
-    const database_test::Read r = read_text(text);
+    const database_test::Read r =
+        read_text(replaced(file_text(), {{"Fe1 O1 2.130(2) 1_455", "Fe1 O1 2.130(2) 1_555"},
+                                         {"Fe1 O1 2.130(2) 2_655", "Fe1 O1 2.130(2) 3_555"},
+                                         {"O1 H11 0.85 .", "O1 H13 0.85 ."}}));
     EXPECT_EQ(formula_counts(r.info), "1xFeH8O4 2xH2O");
     EXPECT_EQ(r.info.table_bonds, 4);
     EXPECT_TRUE(has_warning(
-        r.info, "test.cif:33: 3 bonds of the bond table not used: Fe1-O1 (listed 2.130, the "
-                "sites are 7.870 apart), Fe1-O1 (symmetry code not found), O1-H13 (no such site)"))
-        << database_test::warnings_of(r.info);
+        r.info,
+        "test.cif:33: 3 bonds of the bond table not used: Fe1-O1 (listed 2.130, the "
+        "sites are 7.870 apart), Fe1-O1 (symmetry code not found), O1-H13 (no such site)"));
 }
 
 // Codes in every written form: "n_klm", a bare "n", "." and a missing column.
 TEST(BondTable, CodesInEveryForm) {
-    std::string text = test_support::read_file(database_test::data(kFile));
-    text = replaced(text, "Fe1 O1 2.130(2) 2_655", "Fe1 O1 2.130(2) 2");
-    const database_test::Read r = read_text(text);
+    const database_test::Read r =
+        read_text(replaced(file_text(), {{"Fe1 O1 2.130(2) 2_655", "Fe1 O1 2.130(2) 2"}}));
     // "2" is -x,-y,-z unmoved: O1 at -0.787, 7.87 A away, not used; 1_455 still joins O1.
     EXPECT_EQ(formula_counts(r.info), "1xFeH12O6");
     EXPECT_TRUE(has_warning(r.info, "1 bond of the bond table not used: Fe1-O1 (listed 2.130"));
@@ -104,27 +111,23 @@ TEST(BondTable, CodesInEveryForm) {
 // A bond the radii give between atoms the table names, which the table does not list, is a
 // warning (hydrogens aside: tables often leave them out).
 TEST(BondTable, ARadiusBondTheTableLacksIsAWarning) {
-    const std::string text = test_support::read_file(database_test::data("ethyne_dinitrogen.cif")) +
-                             "loop_\n_geom_bond_atom_site_label_1\n_geom_bond_atom_site_label_2\n"
-                             "C1 H1\n";
-    const database_test::Read r = read_text(text);
+    const database_test::Read r =
+        read_text(test_support::read_file(database_test::data("ethyne_dinitrogen.cif")) +
+                  "loop_\n_geom_bond_atom_site_label_1\n_geom_bond_atom_site_label_2\nC1 H1\n");
     EXPECT_EQ(formula_counts(r.info), "1xC2H2 1xN2");
-    EXPECT_TRUE(has_warning(r.info, ": 1 bond by the bonding radii not in the bond table: C1-C1"))
-        << database_test::warnings_of(r.info);
+    EXPECT_TRUE(has_warning(r.info, ": 1 bond by the bonding radii not in the bond table: C1-C1"));
 }
 
 // The same cation without its table: the metal-ligand rule (Fe 1.52 + O 0.66 + 0.25 A)
 // keeps the six waters on the iron; turned off, they leave it. The rule does not override a
 // table in use.
 TEST(MetalBonds, AnAquaComplexWithoutATableStaysWhole) {
-    std::string text = test_support::read_file(database_test::data(kFile));
-    text = text.substr(0, text.find("loop_\n_geom_bond"));
+    const std::string text = without_table();
     const database_test::Read whole = read_text(text);
     EXPECT_EQ(formula_counts(whole.info), "1xFeH12O6");
     EXPECT_EQ(whole.info.metal_bonds, 6);
     EXPECT_EQ(whole.info.table_bonds, 0);
-    EXPECT_TRUE(has_warning(whole.info, "test.cif: 6 metal-ligand bonds beyond the bonding radii"))
-        << database_test::warnings_of(whole.info);
+    EXPECT_TRUE(has_warning(whole.info, "test.cif: 6 metal-ligand bonds beyond the bonding radii"));
     database_test::expect_whole_molecules(*whole.store, whole.info);
 
     teska::ReadOptions off;
@@ -136,12 +139,10 @@ TEST(MetalBonds, AnAquaComplexWithoutATableStaysWhole) {
 // Contacts beyond the tolerance stay apart: the iron's waters moved out to 2.50 A (beyond
 // 1.52 + 0.66 + 0.25 = 2.43 A) are no ligands.
 TEST(MetalBonds, LongContactsStayApart) {
-    std::string text = test_support::read_file(database_test::data(kFile));
-    text = text.substr(0, text.find("loop_\n_geom_bond"));
-    text = replaced(text, "O2 O 0.0000 0.2130 0.0000", "O2 O 0.0000 0.2500 0.0000");
-    text = replaced(text, "H21 H 0.0000 0.2620 0.0694", "H21 H 0.0000 0.2990 0.0694");
-    text = replaced(text, "H22 H 0.0000 0.2620 -0.0694", "H22 H 0.0000 0.2990 -0.0694");
-    const database_test::Read r = read_text(text);
+    const database_test::Read r =
+        read_text(replaced(without_table(), {{"O2 O 0.0000 0.2130", "O2 O 0.0000 0.2500"},
+                                             {"H21 H 0.0000 0.2620", "H21 H 0.0000 0.2990"},
+                                             {"H22 H 0.0000 0.2620", "H22 H 0.0000 0.2990"}}));
     EXPECT_EQ(formula_counts(r.info), "1xFeH8O4 2xH2O");
     EXPECT_EQ(r.info.metal_bonds, 4);
 }

@@ -11,7 +11,6 @@
 
 namespace {
 
-using database_test::formula_counts;
 using database_test::read;
 using database_test::read_text;
 using teska::database_detail::element_from_label;
@@ -33,9 +32,7 @@ std::string cell_text(const std::string& a, const std::string& gamma) {
     if (!a.empty()) text += "_cell_length_a " + a + "\n";
     text += "_cell_length_b 10\n_cell_length_c 10\n_cell_angle_alpha 60\n_cell_angle_beta 60\n";
     text += "_cell_angle_gamma " + gamma + "\n";
-    return text +
-           "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
-           "_atom_site_fract_z\nN1 0.5 0.5 0.5\n";
+    return text + database_test::kSiteLoop + "N1 0.5 0.5 0.5\n";
 }
 
 TEST(Cell, AMissingZeroOrImpossibleCellIsAnErrorNamingTheTag) {
@@ -61,15 +58,7 @@ TEST(Cell, AMissingZeroOrImpossibleCellIsAnErrorNamingTheTag) {
          "test.cif:5: the angles _cell_angle_alpha, _cell_angle_beta, _cell_angle_gamma (60, "
          "60, 150) close no cell"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.second);
-        try {
-            read_text(c.first);
-            ADD_FAILURE() << "no error";
-        } catch (const teska::Error& e) {
-            EXPECT_EQ(std::string(e.what()), c.second);
-        }
-    }
+    for (const auto& c : cases) EXPECT_EQ(database_test::error_of(c.first), c.second);
     // 60, 60, 60 is the rhombohedral cell of the face-centred cube: a valid cell.
     EXPECT_EQ(read_text(cell_text("10", "60")).info.atoms, 1);
 }
@@ -83,37 +72,20 @@ TEST(Sites, ElementsFromChargedAndNumberedTypeSymbols) {
     for (const auto& c : cases) EXPECT_EQ(element_from_type_symbol(c.first), c.second) << c.first;
 }
 
+// A two-letter element needs a lower-case second letter: CL1 reads as carbon.
 TEST(Sites, ElementsFromLabelsWhenThereIsNoTypeSymbol) {
     const std::pair<const char*, int> cases[] = {
-        {"C12A", 6},
-        {"Cl1", 17},
-        {"H3'", 1},
-        {"O1W", 8},
-        {"Ti2", 22},
-        {"D4", 1},
-        {"Q1", -1},
-        {"Cg1", -1},
-        {"Cnt", -1},
-        {"Cent2", -1},
-        {"Ctr", -1},
-        {"Lp1", -1},
-        // A two-letter element needs a lower-case second letter: CL1 reads as carbon.
-        {"CL1", 6},
-        {"CA", 6},
+        {"C12A", 6}, {"Cl1", 17}, {"H3'", 1},    {"O1W", 8},  {"Ti2", 22}, {"D4", 1},  {"Q1", -1},
+        {"Cg1", -1}, {"Cnt", -1}, {"Cent2", -1}, {"Ctr", -1}, {"Lp1", -1}, {"CL1", 6}, {"CA", 6},
     };
     for (const auto& c : cases) EXPECT_EQ(element_from_label(c.first), c.second) << c.first;
 }
 
-// Rock salt: Na at (0,0,0) and Cl at (1/2,1/2,1/2) under the 192 operations of F m -3 m
-// fall on the 4 points of the face-centred lattice each: 8 ions, too far apart to bond
-// (2.82 A against (1.40 + 0.99) x 1.15 = 2.75 A).
+// Rock salt written with charged type symbols (its expansion is checked with the other special
+// positions): the sites that are no atoms are left out, and the warning names them.
 TEST(Sites, ChargedSymbolsAndSitesThatAreNoAtoms) {
     const database_test::Read r = read("charged_symbols.cif");
     EXPECT_EQ(r.info.symmetry_source, "H-M");
-    EXPECT_EQ(r.info.operations.size(), 192u);
-    EXPECT_EQ(r.info.sites, 2);
-    EXPECT_EQ(r.info.atoms, 8);
-    EXPECT_EQ(formula_counts(r.info), "4xCl 4xNa");
     EXPECT_EQ(r.info.warnings,
               std::vector<std::string>{
                   database_test::data("charged_symbols.cif") +
@@ -122,44 +94,17 @@ TEST(Sites, ChargedSymbolsAndSitesThatAreNoAtoms) {
     EXPECT_EQ(r.store->cif_atoms.cif_atom_label, (std::vector<std::string>{"Na1", "Cl1"}));
 }
 
-TEST(Sites, EverySiteLeftOutIsAnError) {
-    try {
-        read_text(
-            "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n"
-            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
-            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
-            "_atom_site_fract_z\nQ1 0 0 0\nQ2 ? ? ?\n");
-        ADD_FAILURE() << "no error";
-    } catch (const teska::Error& e) {
-        EXPECT_EQ(std::string(e.what()), "test.cif:8: no atoms: every atom site was left out");
-    }
-}
-
-TEST(Sites, ACoordinateThatIsNoNumberOrOutOfRangeIsAnError) {
-    try {
-        read_text(
-            "data_x\n_cell_length_a 5\n_cell_length_b 5\n_cell_length_c 5\n"
-            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
-            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
-            "_atom_site_fract_z\nC1 0 0.5x 0\n");
-        ADD_FAILURE() << "no error";
-    } catch (const teska::Error& e) {
-        EXPECT_EQ(std::string(e.what()), "test.cif:8: site C1: coordinate '0.5x' is not a number");
-    }
-    for (const char* x : {"1e400", "-1000001"}) {
-        try {
-            read_text(
-                std::string("data_x\n_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
-                            "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
-                            "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n"
-                            "_atom_site_fract_z\nC1 0 ") +
-                x + " 0\n");
-            ADD_FAILURE() << "no error for " << x;
-        } catch (const teska::Error& e) {
-            EXPECT_EQ(std::string(e.what()), std::string("test.cif:8: site C1: coordinate '") + x +
-                                                 "' is beyond 1000000 in magnitude");
-        }
-    }
+TEST(Sites, NoAtomsLeftOrACoordinateThatIsNoNumberOrOutOfRangeIsAnError) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"Q1 0 0 0\nQ2 ? ? ?\n", "no atoms: every atom site was left out"},
+        {"C1 0 0.5x 0\n", "site C1: coordinate '0.5x' is not a number"},
+        {"C1 0 1e400 0\n", "site C1: coordinate '1e400' is beyond 1000000 in magnitude"},
+        {"C1 0 -1000001 0\n", "site C1: coordinate '-1000001' is beyond 1000000 in magnitude"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(database_test::error_of("data_x\n" + database_test::right_cell("10", "10") +
+                                          database_test::kSiteLoop + c.first),
+                  std::string("test.cif:8: ") + c.second);
 }
 
 // The file's own Cartesian-to-fractional matrix wins over the lattice: here it halves every

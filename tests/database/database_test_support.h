@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "teska/fileio.h"
 #include "teska/database.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace database_test {
@@ -43,6 +43,25 @@ inline Read read_text(const std::string& text, const teska::ReadOptions& options
     return result;
 }
 
+// The message of the error that reading text raises; "no error" when it raises none.
+inline std::string error_of(const std::string& text) {
+    try {
+        read_text(text);
+    } catch (const teska::Error& e) {
+        return e.what();
+    }
+    return "no error";
+}
+
+// A cell with right angles, a along x and b_and_c along y and z; the head of an atom loop of
+// fractional coordinates.
+inline std::string right_cell(const std::string& a, const std::string& b_and_c) {
+    return "_cell_length_a " + a + "\n_cell_length_b " + b_and_c + "\n_cell_length_c " + b_and_c +
+           "\n_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n";
+}
+const char* const kSiteLoop =
+    "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n_atom_site_fract_z\n";
+
 // "2xC2H2 1xN2": each formula with its count, in formula order.
 inline std::string formula_counts(const teska::CrystalInfo& info) {
     std::map<std::string, int> counts;
@@ -53,15 +72,20 @@ inline std::string formula_counts(const teska::CrystalInfo& info) {
     return text;
 }
 
-inline bool has_warning(const teska::CrystalInfo& info, const std::string& text) {
-    return std::any_of(info.warnings.begin(), info.warnings.end(),
-                       [&](const std::string& w) { return w.find(text) != std::string::npos; });
-}
-
 inline std::string warnings_of(const teska::CrystalInfo& info) {
     std::string text;
     for (const std::string& warning : info.warnings) text += warning + "\n";
     return text;
+}
+
+// Whether a warning holds text; the warnings are shown when the expectation fails.
+inline testing::AssertionResult has_warning(const teska::CrystalInfo& info,
+                                            const std::string& text) {
+    const bool found =
+        std::any_of(info.warnings.begin(), info.warnings.end(),
+                    [&](const std::string& w) { return w.find(text) != std::string::npos; });
+    return (found ? testing::AssertionSuccess() : testing::AssertionFailure()) << "warnings:\n"
+                                                                               << warnings_of(info);
 }
 
 // Every molecule not bonded to its own image is one bonded piece as placed (bonding radii
@@ -77,7 +101,8 @@ inline void expect_whole_molecules(const FileIO& store, const teska::CrystalInfo
     const bool mapped = store.mol_atom_list.size() == static_cast<std::size_t>(store.natoms_cif);
     int atoms = 0;
     std::size_t first = 0;
-    for (int m = 0; m < store.nmols; ++m, first += static_cast<std::size_t>(store.mol_natoms[m - 1])) {
+    for (int m = 0; m < store.nmols;
+         ++m, first += static_cast<std::size_t>(store.mol_natoms[m - 1])) {
         const int n = store.mol_natoms[m];
         atoms += n;
         const double* x = store.mol_x[m];
@@ -87,33 +112,18 @@ inline void expect_whole_molecules(const FileIO& store, const teska::CrystalInfo
                 EXPECT_TRUE(f[k] >= 0.0 && f[k] < 1.0) << "molecule " << m;
             continue;
         }
-        std::vector<char> reached(n, 0);
-        std::vector<int> stack = {0};
-        reached[0] = 1;
-        while (!stack.empty()) {
-            const int i = stack.back();
-            stack.pop_back();
-            for (int j = 0; j < n; ++j) {
-                if (reached[j]) continue;
-                const double d =
-                    std::sqrt((x[3 * i] - x[3 * j]) * (x[3 * i] - x[3 * j]) +
-                              (x[3 * i + 1] - x[3 * j + 1]) * (x[3 * i + 1] - x[3 * j + 1]) +
-                              (x[3 * i + 2] - x[3 * j + 2]) * (x[3 * i + 2] - x[3 * j + 2]));
-                const double limit = (nw_elem_radius_m[store.mol_atypes[m][i]] +
-                                      nw_elem_radius_m[store.mol_atypes[m][j]]) *
-                                     store.bond_scale;
-                bool listed = false;
-                if (mapped && d < kLongestBond) {
-                    const int a = store.mol_atom_list[first + i], b = store.mol_atom_list[first + j];
-                    listed = reported.count({std::min(a, b), std::max(a, b)}) > 0;
-                }
-                if (d < limit || listed) {
-                    reached[j] = 1;
-                    stack.push_back(j);
-                }
-            }
-        }
-        EXPECT_EQ(std::count(reached.begin(), reached.end(), 1), n)
+        const auto bonded = [&](int i, int j) {
+            const double d = std::hypot(x[3 * i] - x[3 * j], x[3 * i + 1] - x[3 * j + 1],
+                                        x[3 * i + 2] - x[3 * j + 2]);
+            const double limit = (nw_elem_radius_m[store.mol_atypes[m][i]] +
+                                  nw_elem_radius_m[store.mol_atypes[m][j]]) *
+                                 store.bond_scale;
+            if (d < limit) return true;
+            if (!mapped || d >= kLongestBond) return false;
+            const int a = store.mol_atom_list[first + i], b = store.mol_atom_list[first + j];
+            return reported.count({std::min(a, b), std::max(a, b)}) > 0;
+        };
+        EXPECT_EQ(test_support::reached_from_first(n, bonded), n)
             << "molecule " << m << " not whole";
         for (int d = 0; d < 3; ++d) {
             double sum = 0.0, mass = 0.0;

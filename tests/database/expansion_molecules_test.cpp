@@ -25,7 +25,10 @@ struct SpecialPosition {
 
 // CO2: the carbon on the inversion centre, 2 x 2 - 1 = 3 atoms. Water: the oxygen on the
 // two-fold axis (written 0.0001 off it), 2 x 2 - 1 = 3. Ammonia: the nitrogen on the
-// three-fold axis at (0.3333, 0.6667), its images 0.001 A apart, 3 x 2 - 2 = 4.
+// three-fold axis at (0.3333, 0.6667), its images 0.001 A apart, 3 x 2 - 2 = 4. Rock salt: Na
+// at (0,0,0) and Cl at (1/2,1/2,1/2) under the 192 operations of F m -3 m fall on the 4 points
+// of the face-centred lattice each: 8 ions, too far apart to bond (2.82 A against (1.40 + 0.99)
+// x 1.15 = 2.75 A).
 TEST(Expansion, ImagesOnSpecialPositionsAreOneAtom) {
     const SpecialPosition cases[] = {
         {"carbon_dioxide_inversion.cif", 2, 2, 3, "1xCO2"},
@@ -122,19 +125,15 @@ TEST(Molecules, AFrameworkIsKeptAsOneResidueWithAWarning) {
 // image at 2.39 A, so the chain is bonded to its own image through a pair whose shortest
 // image is the one placed. A lone Cu 2.4 A long cell is bonded to its own image.
 TEST(Molecules, ChainsOfOneAtomOrOnePairPerCell) {
-    const std::string cell =
-        "_cell_length_b 10\n_cell_length_c 10\n_cell_angle_alpha 90\n"
-        "_cell_angle_beta 90\n_cell_angle_gamma 90\n_space_group_name_Hall 'P 1'\n"
-        "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n_atom_site_fract_z\n";
-    const database_test::Read pair = database_test::read_text(
-        "data_x\n_cell_length_a 4.6\n" + cell + "Cu1 0 0.5 0.5\nCl1 0.48 0.5 0.5\n");
-    EXPECT_EQ(pair.info.periodic, std::vector<char>{1});
-    const database_test::Read lone =
-        database_test::read_text("data_x\n_cell_length_a 2.4\n" + cell + "Cu1 0 0.5 0.5\n");
-    EXPECT_EQ(lone.info.periodic, std::vector<char>{1});
-    const database_test::Read apart =
-        database_test::read_text("data_x\n_cell_length_a 6\n" + cell + "Cu1 0 0.5 0.5\n");
-    EXPECT_EQ(apart.info.periodic, std::vector<char>{0});
+    const auto periodic = [](const char* a, const std::string& sites) {
+        return database_test::read_text("data_x\n" + database_test::right_cell(a, "10") +
+                                        "_space_group_name_Hall 'P 1'\n" +
+                                        database_test::kSiteLoop + sites)
+            .info.periodic;
+    };
+    EXPECT_EQ(periodic("4.6", "Cu1 0 0.5 0.5\nCl1 0.48 0.5 0.5\n"), std::vector<char>{1});
+    EXPECT_EQ(periodic("2.4", "Cu1 0 0.5 0.5\n"), std::vector<char>{1});
+    EXPECT_EQ(periodic("6", "Cu1 0 0.5 0.5\n"), std::vector<char>{0});
 }
 
 // The store as the crystal pipeline leaves it: the PDB writer gives, byte for byte, the

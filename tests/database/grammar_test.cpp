@@ -91,30 +91,26 @@ struct Broken {
     const char* error;  // Error::what() after "test.cif"
 };
 
-const char* const kCrystal =
-    "_cell_length_a 10\n_cell_length_b 10\n_cell_length_c 10\n"
-    "_cell_angle_alpha 90\n_cell_angle_beta 90\n_cell_angle_gamma 90\n"
-    "loop_\n_atom_site_label\n_atom_site_fract_x\n_atom_site_fract_y\n_atom_site_fract_z\n"
-    "N1 0.555 0.5 0.5\n";
+const std::string kCrystal =
+    database_test::right_cell("10", "10") + database_test::kSiteLoop + "N1 0.555 0.5 0.5\n";
 
 // Items first, then a block: the items are a block of their own (whose warning is not the
 // other block's), the stray text before them is ignored as before.
 TEST(GrammarRepairs, ItemsBeforeTheFirstHeadingAreABlockOfTheirOwn) {
-    const std::string text = std::string("exported\n_journal_year 2001\ndata_x\n") + kCrystal;
+    const std::string text = "exported\n_journal_year 2001\ndata_x\n" + kCrystal;
     const database_test::Read r = read_text(text);
     EXPECT_EQ(r.info.block, "x");
     EXPECT_TRUE(database_test::has_warning(r.info, "test.cif:1: text before the first data block"));
     EXPECT_FALSE(database_test::has_warning(r.info, "data items before any data_ heading"));
-    const database_test::Read alone = read_text(std::string("_journal_year 2001\n") + kCrystal);
+    const database_test::Read alone = read_text("_journal_year 2001\n" + kCrystal);
     EXPECT_EQ(alone.info.block, "test");
     EXPECT_EQ(alone.info.warnings.at(0),
               "test.cif:1: data items before any data_ heading: read as the block test");
 }
 
 TEST(GrammarErrors, OtherBreakagesAreErrorsWithTheirPosition) {
-    const std::string body = kCrystal;
     const Broken cases[] = {
-        {"a loop row short of a value", "data_x\n" + body.substr(0, body.size() - 5) + "\n",
+        {"a loop row short of a value", "data_x\n" + kCrystal.substr(0, kCrystal.size() - 5) + "\n",
          ":8:1: Wrong number of values in the loop"},
         {"a text field never closed", "data_x\n_publ_section_comment\n;\nno end\n",
          ":5:1: unterminated text field (opened at line 3)"},
@@ -141,7 +137,8 @@ TEST(GrammarErrors, OtherBreakagesAreErrorsWithTheirPosition) {
 // not until memory runs out.
 TEST(GrammarErrors, AnUnreadableFileOrEndlessStreamNamesItself) {
     const std::pair<const char*, const char*> cases[] = {
-        {"/nonexistent/x.cif", "/nonexistent/x.cif: cannot open the file: No such file or directory"},
+        {"/nonexistent/x.cif",
+         "/nonexistent/x.cif: cannot open the file: No such file or directory"},
         {"/dev/zero", "/dev/zero: the file is larger than 1 GiB"}};
     for (const auto& [path, message] : cases) {
         FileIO store;
@@ -187,8 +184,8 @@ TEST(Blocks, FirstWithAtomSitesByNameOrEveryOne) {
 TEST(Blocks, EveryBlockReportsAFailingBlockAndReadsTheOthers) {
     test_support::ScratchDir dir;
     const std::string path = dir.file("two.cif");
-    test_support::write_file(path, std::string("data_bad\n") + kCrystal + "data_good\n" + kCrystal +
-                                       "data_nocell\n" + std::string(kCrystal).substr(18));
+    test_support::write_file(path, "data_bad\n" + kCrystal + "data_good\n" + kCrystal +
+                                       "data_nocell\n" + kCrystal.substr(18));
     const std::vector<teska::BlockResult> every = teska::read_database_cif_every_block(path);
     ASSERT_EQ(every.size(), 3u);
     EXPECT_TRUE(every[0].ok);

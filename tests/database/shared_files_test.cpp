@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,28 +18,10 @@ struct Expected {
 };
 
 std::vector<Expected> expected_files() {
-    std::istringstream table(test_support::read_file(database_test::data("shared_files.tsv")));
     std::vector<Expected> rows;
-    bool header = true;
-    for (std::string line; std::getline(table, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        if (header) {
-            header = false;
-            continue;
-        }
-        std::istringstream fields(line);
-        Expected row;
-        std::string atoms, molecules, periodic;
-        std::getline(fields, row.file, '\t');
-        std::getline(fields, atoms, '\t');
-        std::getline(fields, molecules, '\t');
-        std::getline(fields, periodic, '\t');
-        std::getline(fields, row.formulas, '\t');
-        row.atoms = std::stoi(atoms);
-        row.molecules = std::stoi(molecules);
-        row.periodic = std::stoi(periodic);
-        rows.push_back(row);
-    }
+    for (const auto& f : test_support::tsv_rows(database_test::data("shared_files.tsv")))
+        rows.push_back(
+            {f.at(0), std::stoi(f.at(1)), std::stoi(f.at(2)), std::stoi(f.at(3)), f.at(4)});
     return rows;
 }
 
@@ -69,15 +50,8 @@ TEST(SharedFiles, EachReadsToItsChemistry) {
         database_test::expect_whole_molecules(store, info);
     }
     // Every crystal file of the folder is in the table.
-    std::istringstream manifest(
-        test_support::read_file(std::string(SHARED_CIF_DIR) + "/MANIFEST.tsv"));
-    std::string line;
-    std::getline(manifest, line);
-    while (std::getline(manifest, line)) {
-        if (!line.empty()) {
-            EXPECT_EQ(listed.count(line.substr(0, line.find('\t'))), 1u) << line;
-        }
-    }
+    for (const std::string& name : test_support::shared_cif_names())
+        EXPECT_EQ(listed.count(name), 1u) << name;
 }
 
 }  // namespace

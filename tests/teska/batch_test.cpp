@@ -15,7 +15,6 @@ namespace {
 using teska_test::folder_entries;
 using teska_test::report_rows;
 using teska_test::run_teska;
-using test_support::file_exists;
 using test_support::read_file;
 using test_support::ScratchDir;
 using test_support::test_data;
@@ -26,8 +25,7 @@ using Names = std::set<std::string>;
 // Two crystals that convert, and inputs that fail in the three ways a reader fails: the database
 // reader with a position, the store's molfile reader ending its process, a file that is missing.
 std::vector<std::string> stage_batch(const ScratchDir& dir) {
-    write_file(dir.file("naphthalene.cif"),
-               read_file(std::string(EXAMPLES_DIR) + "/naphthalene.cif"));
+    write_file(dir.file("naphthalene.cif"), read_file(test_support::example("naphthalene.cif")));
     write_file(dir.file("chloroacetonitrile.cif"),
                read_file(test_data("golden_inputs/chloroacetonitrile.cif")));
     for (const char* name : {"unterminated_text.cif", "values_missing.cif", "short_counts.mol"})
@@ -80,10 +78,8 @@ TEST(Batch, GoodInputsAreConvertedAndBadOnesNamedWithTheirPosition) {
 TEST(Batch, TwoJobsWriteTheSameFilesAndReportAsOne) {
     ScratchDir dir;
     std::vector<std::string> inputs = stage_batch(dir);
-    if (file_exists(SHARED_CIF_DIR))
-        for (const std::string& name : folder_entries(SHARED_CIF_DIR))
-            if (test_support::ends_with(name, ".cif"))
-                inputs.push_back(std::string(SHARED_CIF_DIR) + "/" + name);
+    for (const std::string& name : test_support::shared_cif_names())
+        inputs.push_back(test_support::shared_cif(name));
     const auto one =
         run_teska(with(with({"convert"}, inputs), {"-d", "one", "--report", "one.tsv", "-j", "1"}),
                   dir.path());
@@ -105,7 +101,7 @@ TEST(Batch, TwoJobsWriteTheSameFilesAndReportAsOne) {
 // run's outputs.
 TEST(Batch, ShardsPartitionTheInputListInOrder) {
     ScratchDir dir;
-    const std::string crystal = read_file(std::string(EXAMPLES_DIR) + "/naphthalene.cif");
+    const std::string crystal = read_file(test_support::example("naphthalene.cif"));
     std::string list;
     for (const char* name :
          {"n1.cif", "n2.cif", "n3.cif", "n4.cif", "bad.cif", "n6.cif", "n7.cif"}) {
@@ -184,7 +180,7 @@ TEST(Batch, AWriteThatFailsLeavesNoFile) {
         SCOPED_TRACE(limit + " " + output);
         ScratchDir dir;
         write_file(dir.file("naphthalene.cif"),
-                   read_file(std::string(EXAMPLES_DIR) + "/naphthalene.cif"));
+                   read_file(test_support::example("naphthalene.cif")));
         const auto run =
             run_teska({"convert", "naphthalene.cif", "--supercell", "4x4x4", "-o", output},
                       dir.path(), "", limit);

@@ -4,8 +4,6 @@
 #ifndef TESKA_TEST_SUPPORT_H
 #define TESKA_TEST_SUPPORT_H
 
-#include <dirent.h>
-
 #include <cctype>
 #include <cstdlib>
 #include <map>
@@ -19,25 +17,14 @@
 
 namespace teska_test {
 
+using test_support::folder_entries;
 using test_support::read_file;
 using test_support::RunResult;
-using test_support::shell_quote;
 
-// Runs teska with args inside dir; shell_prefix runs first in the same shell (e.g. "ulimit -f
-// 64;"), stdin_text is the standard input.
 inline RunResult run_teska(const std::vector<std::string>& args, const std::string& dir,
                            const std::string& stdin_text = "",
                            const std::string& shell_prefix = "") {
-    test_support::write_file(dir + "/.stdin", stdin_text);
-    std::string command =
-        "cd " + shell_quote(dir) + " && " + shell_prefix + " LC_ALL=C " + shell_quote(TESKA_EXE);
-    for (const auto& arg : args) command += " " + shell_quote(arg);
-    command += " > .stdout 2> .stderr < .stdin";
-    const int raw = std::system(("bash -c " + shell_quote(command)).c_str());
-    RunResult result{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read_file(dir + "/.stdout"),
-                     read_file(dir + "/.stderr")};
-    for (const char* name : {"/.stdout", "/.stderr", "/.stdin"}) std::remove((dir + name).c_str());
-    return result;
+    return test_support::run_program(TESKA_EXE, args, dir, stdin_text, shell_prefix);
 }
 
 // The lines of a text, without their line ends.
@@ -50,30 +37,7 @@ inline std::vector<std::string> lines_of(const std::string& text) {
 
 // A report's rows as fields, the header left out.
 inline std::vector<std::vector<std::string>> report_rows(const std::string& path) {
-    std::vector<std::vector<std::string>> rows;
-    const std::vector<std::string> lines = lines_of(read_file(path));
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        std::vector<std::string> fields;
-        std::size_t start = 0;
-        for (std::size_t tab; (tab = lines[i].find('\t', start)) != std::string::npos;
-             start = tab + 1)
-            fields.push_back(lines[i].substr(start, tab - start));
-        fields.push_back(lines[i].substr(start));
-        rows.push_back(fields);
-    }
-    return rows;
-}
-
-// Names in a folder (not "." and ".."), hidden ones included.
-inline std::set<std::string> folder_entries(const std::string& path) {
-    std::set<std::string> names;
-    if (DIR* dir = opendir(path.c_str())) {
-        while (const dirent* entry = readdir(dir))
-            if (std::string(entry->d_name) != "." && std::string(entry->d_name) != "..")
-                names.insert(entry->d_name);
-        closedir(dir);
-    }
-    return names;
+    return test_support::tsv_rows(path);
 }
 
 // A JSON value: null, bool, number, string, array or object.
@@ -134,39 +98,20 @@ class JsonReader {
         skip();
         if (at_ >= s_.size()) return false;
         const char c = s_[at_];
-        if (c == '{') {
-            v->kind = Json::kObject;
+        if (c == '{' || c == '[') {  // members "key": value, or items, up to the closing bracket
+            const bool object = c == '{';
+            v->kind = object ? Json::kObject : Json::kArray;
             ++at_;
             skip();
-            if (s_[at_] == '}') return ++at_, true;
-            for (;;) {
+            if (s_[at_] == (object ? '}' : ']')) return ++at_, true;
+            for (;; ++at_) {
                 std::string key;
                 skip();
-                if (!string(&key)) return false;
+                if (object && (!string(&key) || (skip(), s_[at_++] != ':'))) return false;
+                if (!object) v->items.emplace_back();
+                if (!value(object ? &v->members[key] : &v->items.back())) return false;
                 skip();
-                if (s_[at_++] != ':' || !value(&v->members[key])) return false;
-                skip();
-                if (s_[at_] == ',') {
-                    ++at_;
-                    continue;
-                }
-                return s_[at_++] == '}';
-            }
-        }
-        if (c == '[') {
-            v->kind = Json::kArray;
-            ++at_;
-            skip();
-            if (s_[at_] == ']') return ++at_, true;
-            for (;;) {
-                v->items.emplace_back();
-                if (!value(&v->items.back())) return false;
-                skip();
-                if (s_[at_] == ',') {
-                    ++at_;
-                    continue;
-                }
-                return s_[at_++] == ']';
+                if (s_[at_] != ',') return s_[at_++] == (object ? '}' : ']');
             }
         }
         if (c == '"') return v->kind = Json::kString, string(&v->text);

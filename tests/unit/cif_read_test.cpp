@@ -69,9 +69,7 @@ TEST(CifScan, RulesOfTheLineScan) {
 }
 
 std::string read_verbose(FileIO& store, const std::string& path) {
-    testing::internal::CaptureStdout();
-    store.read_data_cif(path.c_str(), true);
-    return testing::internal::GetCapturedStdout();
+    return test_support::stdout_of([&] { store.read_data_cif(path.c_str(), true); });
 }
 
 TEST(CifRead, VerboseReportsOfHandMadeCrystals) {

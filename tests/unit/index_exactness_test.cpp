@@ -18,6 +18,7 @@
 #include "element_rows.h"
 #include "expand_overlap.h"
 #include "pair_tests.h"
+#include "store_arrays.h"
 #include "teska/fileio.h"
 
 namespace {
@@ -43,12 +44,8 @@ class CellGenerator {
     // A valid cell with angles from 30 to 150 degrees.
     void make_cell(FileIO& store) {
         for (;;) {
-            double cell[6] = {uniform(4.0, 14.0),
-                              uniform(4.0, 14.0),
-                              uniform(4.0, 14.0),
-                              angle(),
-                              angle(),
-                              angle()};
+            double cell[6];
+            for (int k = 0; k < 6; ++k) cell[k] = k < 3 ? uniform(4.0, 14.0) : angle();
             double latt[3][3];
             store.cell_cell6_to_latt3x3(cell, latt);
             if (std::isfinite(latt[2][2]) && latt[2][2] > 1.0) {
@@ -63,23 +60,16 @@ class CellGenerator {
         std::vector<double> x;
         const int pieces = static_cast<int>(uniform(1, 7));
         for (int p = 0; p < pieces; ++p) {
-            switch (static_cast<int>(uniform(0, 5))) {
-                case 0:
-                    chain(store, x, rows, static_cast<int>(uniform(2, 30)));
-                    break;
-                case 1:
-                    face_atoms(x, rows);
-                    break;
-                case 2:
-                    network(store, x, rows);
-                    break;
-                case 3:
-                    chain(store, x, rows, static_cast<int>(uniform(30, 80)));
-                    break;
-                default:
-                    scattered(x, rows, static_cast<int>(uniform(1, 20)));
-                    break;
-            }
+            const int kind = static_cast<int>(uniform(0, 5));
+            if (kind == 0 || kind == 3)  // a short chain, or a long one
+                chain(store, x, rows,
+                      static_cast<int>(kind == 0 ? uniform(2, 30) : uniform(30, 80)));
+            else if (kind == 1)
+                face_atoms(x, rows);
+            else if (kind == 2)
+                network(store, x, rows);
+            else
+                scattered(x, rows, static_cast<int>(uniform(1, 20)));
         }
         return x;
     }
@@ -122,20 +112,12 @@ class CellGenerator {
 
     // On a face, just inside or outside it, or anywhere.
     double face_coordinate() {
-        switch (static_cast<int>(uniform(0, 6))) {
-            case 0:
-                return 0.0;
-            case 1:
-                return 1.0;
-            case 2:
-                return uniform(-1e-6, 1e-6);
-            case 3:
-                return 1.0 - uniform(0.0, 1e-3);
-            case 4:
-                return 0.5 + uniform(-1e-4, 1e-4);
-            default:
-                return uniform(0.0, 1.0);
-        }
+        const int kind = static_cast<int>(uniform(0, 6));
+        if (kind < 2) return kind;  // the faces 0 and 1
+        if (kind == 2) return uniform(-1e-6, 1e-6);
+        if (kind == 3) return 1.0 - uniform(0.0, 1e-3);
+        if (kind == 4) return 0.5 + uniform(-1e-4, 1e-4);
+        return uniform(0.0, 1.0);
     }
 
     // Mostly right at +-bound, so both sides of the strict test are exercised.
@@ -214,22 +196,16 @@ class CellGenerator {
 
 // A store holding the generated atoms with their bonding radii.
 void load_atoms(FileIO& store, const std::vector<double>& x_s, const std::vector<int>& rows) {
+    using fileio_detail::new_store_array;
     store.natoms_cif = static_cast<int>(rows.size());
-    store.cif_x_s = new double[x_s.size()];
-    store.cif_x = new double[x_s.size()];
-    store.cif_radius = new double[rows.size()];
+    store.cif_x_s = new_store_array<double>(static_cast<long long>(x_s.size()));
+    store.cif_x = new_store_array<double>(static_cast<long long>(x_s.size()));
+    store.cif_radius = new_store_array<double>(static_cast<long long>(rows.size()));
     for (std::size_t i = 0; i < rows.size(); ++i) {
         store.cif_radius[i] = bonding_radius(rows[i]);
         for (int c = 0; c < 3; ++c) store.cif_x_s[3 * i + c] = x_s[3 * i + c];
         store.coord_f2c(&store.cif_x_s[3 * i], &store.cif_x[3 * i]);
     }
-}
-
-void release_atoms(FileIO& store) {
-    delete[] store.cif_x_s;
-    delete[] store.cif_x;
-    delete[] store.cif_radius;
-    store.cif_x_s = store.cif_x = store.cif_radius = nullptr;
 }
 
 struct Molecules {
@@ -313,15 +289,10 @@ TEST(IndexExactness, MoleculesAndWholeMoleculesEqualTheLiteralSearches) {
             if (size > 1 && literal_placed < size) ++broken;
             if (size >= 30) ++spanning;
         }
-        release_atoms(store);
     }
     EXPECT_GT(spanning, kCells / 4);  // long chains and networks were generated
     EXPECT_GT(broken, 0);             // and molecules that the covalent radii cannot join
 }
-
-}  // namespace
-
-namespace {
 
 using fileio_detail::fold_displacement;
 

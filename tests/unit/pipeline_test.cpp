@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "teska/fileio.h"
 #include "pdb_model.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {
@@ -59,10 +59,11 @@ TEST(MakeWholeMolecule, GrowsInPlacingOrderAndShiftsTheCentreIntoTheCellOnce) {
         std::vector<int> atypes = c.atypes;
         std::vector<double> x_s;
         for (double x : c.x) x_s.insert(x_s.end(), {x, 0.5, 0.5});
-        testing::internal::CaptureStdout();
-        store.make_whole_molecule(1, static_cast<int>(atypes.size()), atypes.data(), x_s.data(),
-                                  true);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected_report(c));
+        EXPECT_EQ(test_support::stdout_of([&] {
+                      store.make_whole_molecule(1, static_cast<int>(atypes.size()), atypes.data(),
+                                                x_s.data(), true);
+                  }),
+                  expected_report(c));
         for (std::size_t i = 0; i < c.whole_x.size(); ++i)
             EXPECT_NEAR(x_s[3 * i], c.whole_x[i], 1e-15) << "atom " << i;
     }
@@ -71,10 +72,10 @@ TEST(MakeWholeMolecule, GrowsInPlacingOrderAndShiftsTheCentreIntoTheCellOnce) {
 // Converts a test crystal, writing the side files into dir/data.
 void convert_with_side_files(FileIO& store, const std::string& input, const ScratchDir& dir) {
     store.data_dir = dir.file("data");
-    testing::internal::CaptureStdout();
-    store.write_cif2pdb(test_support::test_data(input).c_str(), dir.file("out.pdb").c_str(), false,
-                        true);
-    testing::internal::GetCapturedStdout();
+    test_support::stdout_of([&] {
+        store.write_cif2pdb(test_support::test_data(input).c_str(), dir.file("out.pdb").c_str(),
+                            false, true);
+    });
 }
 
 // The side files of a solvate, and the cell in all its forms. Then a triangle of carbons with
@@ -99,9 +100,6 @@ TEST(CrystalPipeline, SideFilesDescribeTheWholeMoleculesAndTheCell) {
         for (int c = 0; c < 3; ++c) {
             EXPECT_EQ(store.cell_vectors[r][c], lattice[c][r]);
             EXPECT_EQ(store.supercell_latt3x3[r][c], lattice[r][c] * repeats[r]);  // rows scaled
-            double product = 0.0;
-            for (int k = 0; k < 3; ++k) product += store.cell_latt3x3_inv[r][k] * lattice[k][c];
-            EXPECT_NEAR(product, r == c ? 1.0 : 0.0, 1e-12);
         }
     }
     convert_with_side_files(triangle, "pipeline/carbon_triangle.cif", triangle_dir);

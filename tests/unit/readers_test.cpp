@@ -10,9 +10,9 @@
 #include <string>
 #include <tuple>
 
+#include "store_arrays.h"
 #include "teska/fileio.h"
 #include "teska/mmutil.h"
-#include "store_arrays.h"
 #include "test_support.h"
 
 namespace {
@@ -21,13 +21,8 @@ using fileio_detail::new_store_array;
 using test_support::golden;
 using test_support::read_file;
 using test_support::ScratchDir;
+using test_support::stdout_of;
 using test_support::write_file;
-
-std::string stdout_of(const std::function<void()>& run) {
-    testing::internal::CaptureStdout();
-    run();
-    return testing::internal::GetCapturedStdout();
-}
 
 // Molecule slots as the crystal pipeline allocates them, and crystal places for V3000 atoms.
 void prepare(FileIO& s, int slots, int crystal_atoms) {

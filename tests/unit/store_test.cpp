@@ -1,29 +1,13 @@
-// The structure store: defaults, the element table and its lookups, and the cell geometry.
+// The structure store: the element table and its lookups, and the cell geometry.
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "element_rows.h"
 #include "teska/fileio.h"
 #include "teska/mmutil.h"
 #include "test_support.h"
-
-TEST(Store, DefaultsCellSetterAndHooks) {
-    FileIO store;
-    double lengths[3] = {7.1, 8.3, 9.7};
-    EXPECT_EQ(store.identifier, "teska");
-    EXPECT_EQ(store.data_dir, "data");
-    EXPECT_EQ(store.bond_scale, 1.15);
-    EXPECT_EQ(store.spacegroup_number, -1);
-    EXPECT_EQ(store.AddBond(-5, 99999, 3, -1), 1);
-    store.set_cell_lattice(lengths, 81.2, 76.5, 68.9);
-    const double* cell = store.get_cell_latt();
-    EXPECT_EQ(std::vector<double>(cell, cell + 6),
-              std::vector<double>({7.1, 8.3, 9.7, 81.2, 76.5, 68.9}));
-    EXPECT_EQ(store.cell_latt3x3[0][0], 0.0);  // the matrices are not rebuilt
-}
 
 TEST(ElementTable, HoldsThePublishedTableRowForRow) {
     std::string table;

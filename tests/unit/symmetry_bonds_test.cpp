@@ -100,9 +100,7 @@ std::string expand_case(const std::string& line) {
     load(store, sites(line.substr(bar + 3)));
     std::istringstream ops(line.substr(0, bar));
     for (std::string op; std::getline(ops >> std::ws, op, ';');) store.cif_symops.push_back(op);
-    testing::internal::CaptureStdout();
-    store.make_spacegroup_P1(3);
-    const std::string printed = testing::internal::GetCapturedStdout();
+    const std::string printed = test_support::stdout_of([&] { store.make_spacegroup_P1(3); });
     return line + "\n" + printed + "=> " + expanded(store) + "\n";
 }
 
@@ -192,9 +190,9 @@ TEST(SymmetryAndBondsDeathTest, TooManyImagesOrACoordinateOutOfRangeEndTheRun) {
 }
 
 std::string separate(FileIO& store, bool periodic) {
-    testing::internal::CaptureStdout();
-    periodic ? store.separate_cif_molecules(true) : store.separate_gjf_molecules(true);
-    return testing::internal::GetCapturedStdout();
+    return test_support::stdout_of([&] {
+        periodic ? store.separate_cif_molecules(true) : store.separate_gjf_molecules(true);
+    });
 }
 
 // In a 20 A cell with radii 0.5, atoms 1 A apart are bonded, 1.41 A are not: bonds 0-2, 0-4,

@@ -21,9 +21,9 @@
 #include <vector>
 
 #include "element_rows.h"
-#include "teska/fileio.h"
 #include "number_text.h"
 #include "pdb_record.h"
+#include "teska/fileio.h"
 #include "test_support.h"
 
 namespace {
@@ -46,30 +46,25 @@ testing::AssertionResult reads_as_atof(const std::string& text) {
                                        << expected << ", the reader " << read;
 }
 
-// ----- Reading numbers -----
-
-TEST(TextToDouble, KeepsTheMeaningOfAtof) {
-    EXPECT_EQ(text_to_double("0.2345(6)"), 0.2345);  // the uncertainty is dropped
-    EXPECT_EQ(text_to_double(" \t1.5"), 1.5);        // leading blanks skipped
-    EXPECT_EQ(text_to_double("+1.5"), 1.5);
-    EXPECT_EQ(text_to_double("0x1p3"), 8.0);  // hexadecimal, not 0 followed by junk
-    EXPECT_EQ(text_to_double("?"), 0.0);
-    EXPECT_EQ(text_to_double("."), 0.0);
-    EXPECT_EQ(text_to_double("1e400"), HUGE_VAL);
-    EXPECT_EQ(text_to_double("-1e400"), -HUGE_VAL);
-    EXPECT_TRUE(std::signbit(text_to_double("-0.0")));
-    EXPECT_TRUE(std::isnan(text_to_double("-nan")) && std::signbit(text_to_double("-nan")));
-    EXPECT_EQ(text_to_double(std::string("1\0"
-                                         "5",
-                                         3)),
-              1.0);  // ends at a terminator
+// Runs check(i) for each i below count, reporting the first ten failures it finds.
+template <typename Check>
+void expect_each(int count, Check check) {
+    for (int i = 0, failures = 0; i < count && failures < 10; ++i) {
+        const testing::AssertionResult result = check(i);
+        if (!result) {
+            ADD_FAILURE() << result.message();
+            ++failures;
+        }
+    }
 }
+
+// ----- Reading numbers -----
 
 TEST(TextToDouble, HardCasesReadAsAtof) {
     const char* const texts[] = {
-        // plain and signed numbers, uncertainties, CIF placeholders
-        "0", "-0", "0.000", "-0.000", "5.4321(7)", "10.123(4)", "-0.25", "+0.25", "- 1", "--1",
-        "-+1", "+-1", "?", ".", "-.", "-", "", " ", "abc", "1,5", "1 2", "(3)",
+        // plain and signed numbers, leading blanks, uncertainties (dropped), CIF placeholders
+        "0", "-0", "0.000", "-0.000", " \t1.5", "5.4321(7)", "10.123(4)", "-0.25", "+0.25", "- 1",
+        "--1", "-+1", "+-1", "?", ".", "-.", "-", "", " ", "abc", "1,5", "1 2", "(3)",
         // points and exponents without digits on one side
         ".5", "-.5", "5.", "1.e5", ".e5", "1e", "1e+", "1e-", "1E5", "1e+05", "1e-05", "-1.5E-3x",
         // hexadecimal and the words
@@ -86,6 +81,7 @@ TEST(TextToDouble, HardCasesReadAsAtof) {
         "2.50000000000000000000000000000000000000000000000000000000000000000000001",
         "0.00000000000000000000000000000000000000000000000000000000000000000000000012"};
     for (const char* text : texts) EXPECT_TRUE(reads_as_atof(text));
+    EXPECT_TRUE(reads_as_atof(std::string{'1', '\0', '5'}));  // ends at a terminator
 }
 
 // Numbers of every shape a CIF value or a corrupt file may hold: blanks, signs, digits of
@@ -122,15 +118,9 @@ std::string random_junk_text(std::mt19937_64& random) {
 
 TEST(TextToDouble, RandomTextsReadAsAtof) {
     std::mt19937_64 random(20240601);
-    int failures = 0;
-    for (int i = 0; i < 300000 && failures < 10; ++i) {
-        const std::string text = i % 3 ? random_number_text(random) : random_junk_text(random);
-        const testing::AssertionResult result = reads_as_atof(text);
-        if (!result) {
-            ADD_FAILURE() << result.message();
-            ++failures;
-        }
-    }
+    expect_each(300000, [&](int i) {
+        return reads_as_atof(i % 3 ? random_number_text(random) : random_junk_text(random));
+    });
 }
 
 // Every word of every real crystal file: coordinates, cell parameters, uncertainties, dates,
@@ -152,73 +142,33 @@ TEST(TextToDouble, WordsOfRealCrystalFilesReadAsAtof) {
 
 // ----- Writing fixed-point fields -----
 
-std::string printf_fixed(double value, int width, int precision) {
-    char text[512];
-    std::snprintf(text, sizeof text, "%*.*f", width, precision, value);
-    return text;
-}
-
-std::string written_fixed(double value, int width, int precision) {
+testing::AssertionResult fixed_as_printf(double value, int width, int precision) {
+    char expected[512];
+    std::snprintf(expected, sizeof expected, "%*.*f", width, precision, value);
     std::vector<char> field(std::max<std::size_t>(width, fileio_detail::kFixedTextCapacity));
-    char* end = fileio_detail::write_fixed(field.data(), value, width, precision);
-    return std::string(field.data(), end);
+    const std::string written(field.data(),
+                              fileio_detail::write_fixed(field.data(), value, width, precision));
+    if (written == expected) return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << std::hexfloat << value << " as %" << width << "." << precision << "f: printf gives \""
+           << expected << "\", the writer \"" << written << "\"";
 }
 
+// Exact binary ties go to the even digit; a value that rounds to zero keeps its sign; a value
+// wider than its field widens it.
 TEST(WriteFixed, RoundsAndSignsAsPrintf) {
-    // Exact binary ties go to the even digit; a value that rounds to zero keeps its sign.
-    EXPECT_EQ(written_fixed(0.0625, 8, 3), "   0.062");
-    EXPECT_EQ(written_fixed(0.1875, 8, 3), "   0.188");
-    EXPECT_EQ(written_fixed(-0.0001, 8, 3), "  -0.000");
-    EXPECT_EQ(written_fixed(-0.0, 8, 3), "  -0.000");
-    EXPECT_EQ(written_fixed(12.3456, 9, 3), "   12.346");
-    EXPECT_EQ(written_fixed(123456.5, 8, 3), "123456.500");  // wider than the field
-
-    const double values[] = {0.0,
-                             -0.0,
-                             -0.0001,
-                             -0.0004999,
-                             -0.0005,
-                             0.0005,
-                             0.0015,
-                             0.0625,
-                             -0.0625,
-                             0.3125,
-                             1.0005,
-                             2.5e-4,
-                             1.0625,
-                             999.9995,
-                             -999.9995,
-                             9999.9995,
-                             99999.9995,
-                             1e6,
-                             1e7,
-                             1e8,
-                             1e9,
-                             1e10,
-                             1e11,
-                             1e12,
-                             -1e12,
-                             123456.789,
-                             4503599627370495.5,
-                             9007199254740993.0,
-                             1e22,
-                             1e300,
-                             -DBL_MAX,
-                             DBL_MAX,
-                             DBL_MIN,
-                             -DBL_MIN,
-                             DBL_TRUE_MIN,
-                             -DBL_TRUE_MIN,
-                             kNaN,
-                             -kNaN,
-                             kInf,
-                             -kInf};
-    const int formats[][2] = {{8, 3}, {6, 2}, {0, 0}, {1, 1}, {12, 9}, {3, 3}, {20, 5}};
+    const double values[] = {
+        0.0,        -0.0,         -0.0001,      -0.0004999,    -0.0005,    0.0005,   0.0015,
+        0.0625,     -0.0625,      0.1875,       0.3125,        1.0005,     2.5e-4,   1.0625,
+        12.3456,    999.9995,     -999.9995,    9999.9995,     99999.9995, 123456.5, 1e6,
+        1e7,        1e8,          1e9,          1e10,          1e11,       1e12,     -1e12,
+        123456.789, 0x1p52 - 0.5, 0x1p53,       1e22,          1e300,      -DBL_MAX, DBL_MAX,
+        DBL_MIN,    -DBL_MIN,     DBL_TRUE_MIN, -DBL_TRUE_MIN, kNaN,       -kNaN,    kInf,
+        -kInf};
+    const int formats[][2] = {{8, 3}, {9, 3}, {6, 2}, {0, 0}, {1, 1}, {12, 9}, {3, 3}, {20, 5}};
     for (double value : values)
         for (const auto& format : formats)
-            EXPECT_EQ(written_fixed(value, format[0], format[1]),
-                      printf_fixed(value, format[0], format[1]))
-                << std::hexfloat << value << " as %" << format[0] << "." << format[1] << "f";
+            EXPECT_TRUE(fixed_as_printf(value, format[0], format[1]));
 }
 
 // Any bit pattern, coordinates of a cell, and exact ties k/16 at the third decimal.
@@ -236,45 +186,25 @@ double random_double(std::mt19937_64& random, int kind) {
 
 TEST(WriteFixed, RandomDoublesAsPrintf) {
     std::mt19937_64 random(7);
-    int failures = 0;
-    for (int i = 0; i < 300000 && failures < 10; ++i) {
-        const double value = random_double(random, i % 3);
-        const std::string expected = printf_fixed(value, 8, 3);
-        if (written_fixed(value, 8, 3) != expected) {
-            ADD_FAILURE() << std::hexfloat << value << ": printf gives \"" << expected << "\"";
-            ++failures;
-        }
-    }
+    expect_each(300000, [&](int i) { return fixed_as_printf(random_double(random, i % 3), 8, 3); });
 }
 
 // ----- ATOM records -----
 
-std::string printf_record(int serial, int row, int counter, int residue, const double xyz[3]) {
+testing::AssertionResult record_as_printf(int serial, int row, int counter, int residue,
+                                          const double xyz[3]) {
     const std::string symbol = fileio_detail::element_symbol(row);
-    char record[fileio_detail::kPdbAtomRecordCapacity + 1];
-    std::snprintf(record, sizeof record,
+    char expected[fileio_detail::kPdbAtomRecordCapacity + 1];
+    std::snprintf(expected, sizeof expected,
                   "%-6s%5d %2s%-2X %3.3s %1s%4d    %8.3f%8.3f%8.3f%6.2f%6.2f%10s%2s%2s\n", "ATOM",
                   serial, symbol.c_str(), static_cast<unsigned>(counter), "MOL", "", residue,
                   xyz[0], xyz[1], xyz[2], 1.0, 0.0, "", symbol.c_str(), "");
-    return record;
-}
-
-std::string formatted_record(int serial, int row, int counter, int residue, const double xyz[3]) {
     char record[fileio_detail::kPdbAtomRecordCapacity];
-    const std::size_t length =
-        fileio_detail::format_pdb_atom_record(record, serial, row, counter, residue, xyz);
-    return std::string(record, length);
-}
-
-TEST(PdbAtomRecord, EightyColumns) {
-    const double xyz[3] = {1.0, -2.5, 12.3456};
-    // The tenth carbon of the first molecule, column by column.
-    const std::string expected = std::string("ATOM  ") + "    1" + " " + " C" + "A " + " " + "MOL" +
-                                 " " + " " + "   1" + "    " + "   1.000" + "  -2.500" +
-                                 "  12.346" + "  1.00" + "  0.00" + std::string(10, ' ') + " C" +
-                                 "  " + "\n";
-    EXPECT_EQ(expected.size(), 81u);
-    EXPECT_EQ(formatted_record(1, 6, 10, 1, xyz), expected);
+    const std::string formatted(
+        record, fileio_detail::format_pdb_atom_record(record, serial, row, counter, residue, xyz));
+    if (formatted == expected) return testing::AssertionSuccess();
+    return testing::AssertionFailure()
+           << "printf gives " << expected << "the formatter " << formatted;
 }
 
 // Counters at and past their limits, every element row and rows outside the table, and
@@ -289,34 +219,25 @@ TEST(PdbAtomRecord, LimitsAsPrintf) {
                                      {kNaN, -kNaN, -kInf},
                                      {kInf, DBL_TRUE_MIN, -99999.9995}};
     for (int row = -2; row <= kElementRows + 1; ++row)
-        for (const auto& xyz : coordinates)
-            EXPECT_EQ(formatted_record(1, row, 1, 1, xyz), printf_record(1, row, 1, 1, xyz))
-                << "row " << row;
+        for (const auto& xyz : coordinates) EXPECT_TRUE(record_as_printf(1, row, 1, 1, xyz));
     for (int serial : serials)
         for (int counter : counters)
             for (int residue : residues)
                 for (const auto& xyz : coordinates)
-                    EXPECT_EQ(formatted_record(serial, 17, counter, residue, xyz),
-                              printf_record(serial, 17, counter, residue, xyz))
-                        << serial << " " << counter << " " << residue;
+                    EXPECT_TRUE(record_as_printf(serial, 17, counter, residue, xyz));
 }
 
 TEST(PdbAtomRecord, RandomRecordsAsPrintf) {
     std::mt19937_64 random(11);
-    int failures = 0;
-    for (int i = 0; i < 100000 && failures < 10; ++i) {
+    expect_each(100000, [&](int i) {
         const int serial = static_cast<int>(random() % 100000);
         const int row = static_cast<int>(random() % (kElementRows + 2)) - 1;
         const int counter = static_cast<int>(random() % 300);
         const int residue = static_cast<int>(random() % 20000);
         const double xyz[3] = {random_double(random, i % 3), random_double(random, 1),
                                random_double(random, 2)};
-        const std::string expected = printf_record(serial, row, counter, residue, xyz);
-        if (formatted_record(serial, row, counter, residue, xyz) != expected) {
-            ADD_FAILURE() << "printf gives " << expected;
-            ++failures;
-        }
-    }
+        return record_as_printf(serial, row, counter, residue, xyz);
+    });
 }
 
 // ----- Reading a crystal file whole -----
